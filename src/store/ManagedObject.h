@@ -1,0 +1,85 @@
+#pragma once
+
+#include "common/KeyValueCoding.h"
+#include "store/EntityDescription.h"
+
+#include <QStringList>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace qf {
+
+class ManagedObjectContext;
+
+// One record of the store. Owned by its context; pointers stay valid for the
+// context's lifetime, also after the record is deleted (undo may bring it back).
+//
+// Stored keys are read and written by attribute index or by name; derived keys
+// (the record classes' own) are computed by derivedValue(). Every tracked
+// write goes through the context: it records undo, marks the record updated
+// and is announced at the next processPendingChanges().
+class ManagedObject : public KeyValueCoding {
+public:
+    ManagedObject(const EntityDescription& entity, ManagedObjectContext& context, std::int64_t primaryKey);
+    ~ManagedObject() override;
+    ManagedObject(const ManagedObject&) = delete;
+    ManagedObject& operator=(const ManagedObject&) = delete;
+
+    const EntityDescription& entity() const { return m_entity; }
+    ManagedObjectContext& managedObjectContext() const { return m_context; }
+    std::int64_t primaryKey() const { return m_primaryKey; }
+    // Stable text address of the record: "x-quillfen://<store UUID>/<Entity>/p<key>".
+    QString objectURI() const;
+
+    bool isInserted() const;
+    bool isUpdated() const;
+    bool isDeleted() const;
+    bool hasChanges() const { return isInserted() || isUpdated() || isDeleted(); }
+
+    // Untracked access to stored attributes: for loading and for record
+    // classes keeping their own caches. No undo, no change announcement.
+    const Value& primitiveValue(int attributeIndex) const;
+    void setPrimitiveValue(int attributeIndex, Value value);
+
+    // Tracked access. Key index = attribute index, or a derived key's index
+    // (after the attributes) as EntityDescription::indexOfKey() gives it.
+    Value value(int keyIndex) const;
+    Value valueForKey(QStringView key) const override;
+    void setValue(int attributeIndex, const Value& value);
+    // False, and nothing written, when the key is not a stored attribute.
+    bool setValueForKey(QStringView key, const Value& value);
+
+    // The values as of the last save (or load); the current ones for a record
+    // never changed. An empty list means every attribute.
+    Value committedValue(int attributeIndex) const;
+    ValueDictionary committedValuesForKeys(const QStringList& keys = {}) const;
+
+    // To-many relationships, in insertion order.
+    const std::vector<ManagedObject*>& relatedObjects(int relationshipIndex) const;
+    void setRelatedObjects(int relationshipIndex, std::vector<ManagedObject*> objects);
+    void addRelatedObject(int relationshipIndex, ManagedObject* object);
+    void removeRelatedObject(int relationshipIndex, ManagedObject* object);
+
+    const KeySchema* keySchema() const override { return &m_entity; }
+    Value valueForKeyIndex(int index) const override { return value(index); }
+
+protected:
+    // Derived keys: index counts from 0 within the entity's derived keys.
+    virtual Value derivedValue(int derivedIndex) const;
+    // Called after a tracked write of a stored attribute (also by undo), so
+    // that record classes can drop caches of the keys depending on it.
+    virtual void didChangeValue(int attributeIndex);
+
+private:
+    friend class ManagedObjectContext;
+    struct State;
+
+    const EntityDescription& m_entity;
+    ManagedObjectContext& m_context;
+    std::int64_t m_primaryKey;
+    std::unique_ptr<Value[]> m_values;
+    std::unique_ptr<State> m_state; // committed values, relationships, flags: made on demand
+};
+
+} // namespace qf

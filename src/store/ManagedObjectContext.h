@@ -1,0 +1,84 @@
+#pragma once
+
+#include "common/Result.h"
+#include "store/ManagedObject.h"
+#include "store/PersistentStore.h"
+#include "store/UndoManager.h"
+
+#include <QObject>
+#include <functional>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+namespace qf {
+
+// What changed between two processPendingChanges() calls.
+struct ObjectChanges {
+    std::vector<ManagedObject*> inserted;
+    std::vector<ManagedObject*> updated;
+    std::vector<ManagedObject*> deleted;
+    bool isEmpty() const { return inserted.empty() && updated.empty() && deleted.empty(); }
+};
+
+// Makes the record object for an entity (the record classes plug in here).
+using ObjectFactory =
+    std::function<std::unique_ptr<ManagedObject>(const EntityDescription&, ManagedObjectContext&, std::int64_t)>;
+
+// The in-memory ledger: every record of one store, loaded at once. Reads and
+// fetches never touch the disk; save() writes what changed since the last
+// save in one transaction of the store. Main thread only.
+class ManagedObjectContext : public QObject {
+    Q_OBJECT
+
+public:
+    // A context without a store holds records in memory only; save() then fails.
+    explicit ManagedObjectContext(std::unique_ptr<PersistentStore> store = nullptr, QObject* parent = nullptr);
+    ~ManagedObjectContext() override;
+
+    // The record classes used for new and loaded records. Default: plain ManagedObject.
+    void setObjectFactory(ObjectFactory factory);
+
+    PersistentStore* persistentStore() const { return m_store.get(); }
+    // Loads every record of the store. Leaves the context empty on failure.
+    Status load();
+
+    ManagedObject* insertNewObject(const EntityDescription& entity);
+    ManagedObject* insertNewObject(QStringView entityName); // null for an unknown entity
+    void deleteObject(ManagedObject* object);
+
+    // Live records of an entity (not deleted), in store order then insertion order.
+    const std::vector<ManagedObject*>& objects(const EntityDescription& entity) const;
+    std::size_t count(const EntityDescription& entity) const { return objects(entity).size(); }
+    ManagedObject* objectWithURI(QStringView uri) const;
+
+    std::vector<ManagedObject*> insertedObjects() const;
+    std::vector<ManagedObject*> updatedObjects() const;
+    std::vector<ManagedObject*> deletedObjects() const;
+    bool hasChanges() const;
+
+    // Writes all changes in one transaction. On failure nothing is written,
+    // the changes stay in memory and the error says why.
+    Status save();
+    // Drops every unsaved change, back to the last saved state.
+    void rollback();
+
+    UndoManager& undoManager() { return *m_undoManager; }
+
+    // Closes the current undo group and announces the changes collected since
+    // the last call (objectsDidChange). Runs by itself once the event loop
+    // turns, like the platform's end of an event.
+    void processPendingChanges();
+
+Q_SIGNALS:
+    void objectsDidChange(const qf::ObjectChanges& changes);
+
+private:
+    friend class ManagedObject;
+    struct Private;
+    std::unique_ptr<PersistentStore> m_store;
+    std::unique_ptr<UndoManager> m_undoManager;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace qf
