@@ -1,0 +1,203 @@
+// Ledger benchmarks on generated stores of 100,000 and 1,000,000
+// transactions. Run a Release build: build-release/bin/bench_ledger.
+#include "LedgerGenerator.h"
+
+#include "app/Quillfen_AppDelegate.h"
+#include "app/UserDefaults.h"
+#include "common/AmountFormatter.h"
+#include "store/ManagedObjectContext.h"
+#include "store/StoreOpener.h"
+#include "store/VaultLibrary.h"
+#include "views/TransactionQuery.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <string>
+
+using namespace qf;
+
+namespace {
+
+long residentKilobytes()
+{
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("VmRSS:", 0) == 0)
+            return std::stol(line.substr(6));
+    }
+    return 0;
+}
+
+QString storeFolder(std::int64_t transactions)
+{
+    LedgerShape shape;
+    shape.transactions = transactions;
+    auto folder = LedgerGenerator::cachedStoreFolder(shape);
+    if (!folder)
+        qFatal("cannot generate the ledger: %s", qPrintable(folder.message()));
+    return *folder;
+}
+
+// One opened ledger per size, kept for the benchmarks that only read.
+Quillfen_AppDelegate& openedLedger(std::int64_t transactions)
+{
+    static std::map<std::int64_t, std::unique_ptr<Quillfen_AppDelegate>> ledgers;
+    auto& delegate = ledgers[transactions];
+    if (!delegate) {
+        delegate = std::make_unique<Quillfen_AppDelegate>();
+        delegate->setDataFolderOverride(storeFolder(transactions));
+        delegate->managedObjectContext();
+        if (delegate->storeError())
+            qFatal("cannot open the ledger: %s", qPrintable(delegate->storeError()->describe()));
+        delegate->applicationDidFinishLaunching();
+    }
+    return *delegate;
+}
+
+Predicate listPredicate(Quillfen_AppDelegate& delegate, const FilterPredicates& scope, const QString& search)
+{
+    ListSettings settings;
+    settings.searchText = search;
+    const AmountFormatter& amounts = delegate.amountFormatter();
+    return TransactionQuery::filterWithSearchString(scope, settings, std::nullopt,
+                                                    [&amounts](const QString& t) { return amounts.mayContain(t); });
+}
+
+void BM_OpenAndLibraryBalance(benchmark::State& state)
+{
+    const QString folder = storeFolder(state.range(0));
+    long rss = 0;
+    for (auto _ : state) {
+        const long before = residentKilobytes();
+        Quillfen_AppDelegate delegate;
+        delegate.setDataFolderOverride(folder);
+        ManagedObjectContext* context = delegate.managedObjectContext();
+        delegate.applicationDidFinishLaunching();
+        const auto shown =
+            TransactionQuery::arrangedTransactions(*context, TransactionQuery::libraryPredicates().all, QStringLiteral("Date"));
+        benchmark::DoNotOptimize(TransactionQuery::balances(shown).total);
+        rss = residentKilobytes() - before;
+    }
+    state.counters["rss_growth_MB"] = static_cast<double>(rss) / 1024.0;
+}
+
+void search(benchmark::State& state, const QString& text)
+{
+    Quillfen_AppDelegate& delegate = openedLedger(state.range(0));
+    ManagedObjectContext& context = *delegate.managedObjectContext();
+    const FilterPredicates scope = TransactionQuery::libraryPredicates();
+    std::size_t found = 0;
+    for (auto _ : state) {
+        const auto shown = TransactionQuery::arrangedTransactions(context, listPredicate(delegate, scope, text),
+                                                                  QStringLiteral("Date"));
+        found = shown.size();
+        benchmark::DoNotOptimize(TransactionQuery::balances(shown));
+    }
+    state.counters["found"] = static_cast<double>(found);
+}
+
+void BM_LibrarySearchOneWord(benchmark::State& state)
+{
+    search(state, QStringLiteral("coffee"));
+}
+
+void BM_LibrarySearchTwoWords(benchmark::State& state)
+{
+    search(state, QStringLiteral("coffee food"));
+}
+
+void BM_AccountBalance(benchmark::State& state)
+{
+    Quillfen_AppDelegate& delegate = openedLedger(state.range(0));
+    ManagedObjectContext& context = *delegate.managedObjectContext();
+    ManagedObject* account = VaultLibrary::vaultsOfType(context, VaultType::Account).front();
+    const FilterPredicates scope = TransactionQuery::predicatesForVault(*account);
+    for (auto _ : state) {
+        const auto shown = TransactionQuery::arrangedTransactions(context, listPredicate(delegate, scope, {}),
+                                                                  QStringLiteral("Date"));
+        benchmark::DoNotOptimize(TransactionQuery::balances(shown));
+    }
+}
+
+// Works on a copy of the store so the cached one stays as generated.
+std::unique_ptr<Quillfen_AppDelegate> openCopy(std::int64_t transactions, QTemporaryDir& dir)
+{
+    const QString source = storeFolder(transactions) + QLatin1Char('/') + StoreFile::Current;
+    QFile::copy(source, dir.path() + QLatin1Char('/') + StoreFile::Current);
+    auto delegate = std::make_unique<Quillfen_AppDelegate>();
+    delegate->setDataFolderOverride(dir.path());
+    delegate->managedObjectContext();
+    delegate->applicationDidFinishLaunching();
+    if (Status s = delegate->saveAction(); !s)
+        qFatal("%s", qPrintable(s.message()));
+    return delegate;
+}
+
+void BM_SaveOneChange(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    auto delegate = openCopy(state.range(0), dir);
+    ManagedObjectContext& context = *delegate->managedObjectContext();
+    ManagedObject* record = context.objects(ManagedObjectModel::shared().trans())[state.range(0) / 2];
+    int round = 0;
+    for (auto _ : state) {
+        record->setValueForKey(u"trans_title", Value(QStringLiteral("Renamed %1").arg(++round)));
+        if (Status s = context.save(); !s)
+            state.SkipWithError(qPrintable(s.message()));
+    }
+}
+
+void BM_Insert100kAndSave(benchmark::State& state)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        QTemporaryDir dir;
+        auto delegate = openCopy(state.range(0), dir);
+        ManagedObjectContext& context = *delegate->managedObjectContext();
+        const EntityDescription& trans = ManagedObjectModel::shared().trans();
+        const int id = trans.indexOfAttribute(u"trans_uniqueID");
+        const int title = trans.indexOfAttribute(u"trans_title");
+        const int amount = trans.indexOfAttribute(u"trans_amount");
+        const int date = trans.indexOfAttribute(u"trans_date");
+        state.ResumeTiming();
+        for (int i = 0; i < 100000; ++i) {
+            ManagedObject* t = context.insertNewObject(trans);
+            t->setValue(id, Value(delegate->createUniqueID()));
+            t->setValue(title, Value(QStringLiteral("Imported %1").arg(i)));
+            t->setValue(amount, Value(-12.5));
+            t->setValue(date, Value::date(800000000.0 + i));
+        }
+        if (Status s = context.save(); !s)
+            state.SkipWithError(qPrintable(s.message()));
+    }
+}
+
+} // namespace
+
+BENCHMARK(BM_OpenAndLibraryBalance)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_LibrarySearchOneWord)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LibrarySearchTwoWords)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AccountBalance)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveOneChange)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Insert100kAndSave)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(2);
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Quillfen"));
+    QCoreApplication::setApplicationName(QStringLiteral("Quillfen-bench"));
+    UserDefaults::standard().registerDefaults();
+    UserDefaults::standard().setVolatileValue(DefaultsKey::LocaleIdentifier, QStringLiteral("en_US"));
+    UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, false);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

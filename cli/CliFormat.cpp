@@ -1,0 +1,99 @@
+#include "CliFormat.h"
+
+#include "app/Quillfen_AppDelegate.h"
+#include "common/AmountFormatter.h"
+#include "store/ManagedObject.h"
+
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cmath>
+
+namespace qf::cli {
+
+namespace {
+constexpr qint64 kReferenceEpoch = 978307200;
+}
+
+QString plainNumber(double value)
+{
+    // Six places hide the float noise of single-precision amounts (0.1 is
+    // stored as 0.100000001) without losing any cent.
+    QString text = QString::number(value, 'f', 6);
+    while (text.endsWith(QLatin1Char('0')))
+        text.chop(1);
+    if (text.endsWith(QLatin1Char('.')))
+        text.chop(1);
+    if (text == QLatin1String("-0"))
+        text = QStringLiteral("0");
+    return text;
+}
+
+QString isoLocalDate(AbsoluteTime date)
+{
+    const qint64 msecs = std::llround((date + static_cast<double>(kReferenceEpoch)) * 1000.0);
+    return QDateTime::fromMSecsSinceEpoch(msecs).toString(Qt::ISODate);
+}
+
+std::optional<AbsoluteTime> parseIsoLocalDate(const QString& text)
+{
+    for (const char* format : {"yyyy-MM-dd", "yyyy-MM-ddTHH:mm", "yyyy-MM-ddTHH:mm:ss"}) {
+        QDateTime parsed = QDateTime::fromString(text, QString::fromLatin1(format));
+        if (parsed.isValid()) {
+            parsed.setTimeSpec(Qt::LocalTime);
+            return static_cast<double>(parsed.toMSecsSinceEpoch()) / 1000.0 - static_cast<double>(kReferenceEpoch);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<double> parseAmount(const QString& text)
+{
+    bool ok = false;
+    const double plain = text.trimmed().toDouble(&ok);
+    if (ok && std::isfinite(plain))
+        return plain;
+    if (Quillfen_AppDelegate* delegate = Quillfen_AppDelegate::sharedInstance()) {
+        if (auto parsed = delegate->amountFormatter().parse(text.trimmed()))
+            return *parsed;
+    }
+    return std::nullopt;
+}
+
+static QJsonValue jsonValue(const Value& value)
+{
+    switch (value.type()) {
+    case Value::Type::Null:
+        return QJsonValue::Null;
+    case Value::Type::Bool:
+        return value.toBool();
+    case Value::Type::Int:
+        return static_cast<qint64>(value.toInt());
+    case Value::Type::Double:
+        return value.toDouble();
+    case Value::Type::Date:
+        return isoLocalDate(value.toDate());
+    case Value::Type::Data:
+        return QString::fromLatin1(value.toByteArray().toBase64());
+    default:
+        return value.toString();
+    }
+}
+
+QByteArray recordJson(const ManagedObject& record)
+{
+    const EntityDescription& entity = record.entity();
+    QJsonObject object;
+    const int keyCount = entity.attributeCount() + static_cast<int>(entity.derivedKeys().size());
+    for (int i = 0; i < keyCount; ++i) {
+        Value value = record.value(i);
+        // Amounts are single precision; print them as typed.
+        if (value.type() == Value::Type::Double && i < entity.attributeCount() &&
+            entity.attributes()[i].type == AttributeType::Float)
+            value = Value(plainNumber(value.toDouble()).toDouble());
+        object.insert(entity.keyAtIndex(i), jsonValue(value));
+    }
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
+} // namespace qf::cli

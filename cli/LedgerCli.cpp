@@ -1,0 +1,488 @@
+#include "LedgerCli.h"
+
+#include "CliFormat.h"
+#include "app/Quillfen_AppDelegate.h"
+#include "common/AmountFormatter.h"
+#include "common/QFNSStringCategory.h"
+#include "editing/TransactionRecords.h"
+#include "planning/Recurrence.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+#include "views/TransactionQuery.h"
+
+#include <QDate>
+
+namespace qf::cli {
+
+namespace {
+
+const QStringList kSelectionOptions{QStringLiteral("vault"),     QStringLiteral("where"), QStringLiteral("search"),
+                                    QStringLiteral("direction"), QStringLiteral("status"), QStringLiteral("range"),
+                                    QStringLiteral("sort")};
+
+QString capitalised(const QString& word)
+{
+    return word.isEmpty() ? word : word.left(1).toUpper() + word.mid(1).toLower();
+}
+
+} // namespace
+
+LedgerCli::LedgerCli(Quillfen_AppDelegate& delegate, QTextStream& out, QTextStream& err)
+    : m_delegate(delegate), m_out(out), m_err(err)
+{
+}
+
+QString LedgerCli::usage()
+{
+    return QStringLiteral(
+        "usage: quillfen-cli [--data-dir DIR] [--example] [--locale ID] COMMAND [options]\n"
+        "commands:\n"
+        "  info                         store file and record counts\n"
+        "  vaults [--type TYPE]         vaults in source-list order: id, type, title\n"
+        "  add-vault --type TYPE --title TITLE [--account-type T] [--bank NAME] [--url URL]\n"
+        "            [--initial AMOUNT] [--share]\n"
+        "  add --title T --amount A [--type Incoming|Outgoing] [--date YYYY-MM-DD[THH:MM[:SS]]]\n"
+        "      [--account ID|TITLE] [--folder ID|TITLE] [--tags \"a, b\"] [--notes N] [--from F] [--to T]\n"
+        "      [--pending] [--upcoming] [--repeat R]\n"
+        "  set ID KEY VALUE             set one stored key (nil clears)\n"
+        "  delete ID...                 delete records\n"
+        "  list [selection] [--json]    transactions: id, date, title, amount, status, tags\n"
+        "  balance [selection]          count, total, incoming, outgoing\n"
+        "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
+        "selection: [--vault ID|TITLE] [--where PREDICATE] [--search TEXT]\n"
+        "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
+        "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
+        "           [--sort Date|Title|Amount|Tags]\n"
+        "A FROM..TO range runs from 00:00 of FROM to 00:00 of TO, like the list's custom range.\n");
+}
+
+int LedgerCli::fail(int code, const QString& message)
+{
+    m_err << "quillfen-cli: " << message << Qt::endl;
+    return code;
+}
+
+int LedgerCli::run(const CommandLine& line)
+{
+    const QString& command = line.command();
+    if (command == QLatin1String("info"))
+        return info(line);
+    if (command == QLatin1String("vaults"))
+        return vaults(line);
+    if (command == QLatin1String("add-vault"))
+        return addVault(line);
+    if (command == QLatin1String("add"))
+        return add(line);
+    if (command == QLatin1String("set"))
+        return set(line);
+    if (command == QLatin1String("delete"))
+        return remove(line);
+    if (command == QLatin1String("list"))
+        return list(line);
+    if (command == QLatin1String("balance"))
+        return balance(line);
+    if (command == QLatin1String("predicate"))
+        return predicate(line);
+    if (command.isEmpty())
+        return fail(BadUsage, QStringLiteral("no command given\n") + usage());
+    return fail(BadUsage, QStringLiteral("unknown command \"%1\"\n").arg(command) + usage());
+}
+
+int LedgerCli::info(const CommandLine& line)
+{
+    ManagedObjectContext* context = m_delegate.managedObjectContext();
+    const PersistentStore* store = context->persistentStore();
+    m_out << "store\t" << (store ? store->path() : QString()) << Qt::endl;
+    for (const EntityDescription* entity : ManagedObjectModel::shared().entities())
+        m_out << entity->name() << '\t' << context->count(*entity) << Qt::endl;
+    return Success;
+}
+
+int LedgerCli::vaults(const CommandLine& line)
+{
+    const QString type = line.value(QStringLiteral("type"));
+    for (ManagedObject* vault : VaultLibrary::sourceListOrder(*m_delegate.managedObjectContext())) {
+        const QString vaultType = vault->valueForKey(u"vault_type").toString();
+        if (!type.isEmpty() && vaultType != type)
+            continue;
+        m_out << vault->valueForKey(u"vault_uniqueID").toString() << '\t' << vaultType << '\t'
+              << vault->valueForKey(u"vault_title").toString() << Qt::endl;
+    }
+    return Success;
+}
+
+ManagedObject* LedgerCli::vaultNamed(const QString& idOrTitle, const QString& requiredType)
+{
+    ManagedObject* vault = m_delegate.fetchVaultObjectWithID(idOrTitle);
+    if (!vault)
+        vault = m_delegate.fetchVaultObjectWithName(idOrTitle);
+    if (vault && !requiredType.isEmpty() && vault->valueForKey(u"vault_type").toString() != requiredType)
+        return nullptr;
+    return vault;
+}
+
+ManagedObject* LedgerCli::recordWithID(const QString& uniqueID)
+{
+    ManagedObjectContext* context = m_delegate.managedObjectContext();
+    for (const EntityDescription* entity : ManagedObjectModel::shared().entities()) {
+        // Every entity's identifier is its first attribute.
+        const SharedString wanted = SharedString::fromQString(uniqueID);
+        for (ManagedObject* record : context->objects(*entity)) {
+            if (record->primitiveValue(0).string() == wanted)
+                return record;
+        }
+    }
+    return nullptr;
+}
+
+int LedgerCli::addVault(const CommandLine& line)
+{
+    if (QStringList unknown = line.unknownOptions({QStringLiteral("type"), QStringLiteral("title"),
+                                                   QStringLiteral("account-type"), QStringLiteral("bank"),
+                                                   QStringLiteral("url"), QStringLiteral("initial"),
+                                                   QStringLiteral("share")});
+        !unknown.isEmpty())
+        return fail(BadUsage, QStringLiteral("add-vault does not take %1").arg(unknown.join(QStringLiteral(", "))));
+
+    QString type = line.value(QStringLiteral("type"));
+    if (type.compare(QLatin1String("Folder"), Qt::CaseInsensitive) == 0)
+        type = VaultType::Playlist;
+    else if (type.compare(QLatin1String("Smart Folder"), Qt::CaseInsensitive) == 0)
+        type = VaultType::SmartPlaylist;
+    if (type != VaultType::Account && type != VaultType::Budget && type != VaultType::Playlist &&
+        type != VaultType::SmartPlaylist)
+        return fail(BadUsage, QStringLiteral("--type must be Account, Budget, Playlist (Folder) or Smart Playlist"));
+    const QString title = line.value(QStringLiteral("title"));
+    if (!QFNSStringCategory::isValidString(title))
+        return fail(BadUsage, QStringLiteral("a vault needs a non-empty --title"));
+
+    double initial = 0;
+    if (line.has(QStringLiteral("initial"))) {
+        const auto amount = parseAmount(line.value(QStringLiteral("initial")));
+        if (!amount)
+            return fail(Failure, QStringLiteral("\"%1\" is not an amount").arg(line.value(QStringLiteral("initial"))));
+        initial = *amount;
+    }
+
+    ManagedObjectContext& context = *m_delegate.managedObjectContext();
+    ManagedObject* vault = VaultLibrary::insertVault(context, m_delegate, type, title);
+    if (type == VaultType::Account) {
+        vault->setValueForKey(u"vault_accountBankName", Value(line.value(QStringLiteral("bank"), QStringLiteral(""))));
+        vault->setValueForKey(u"vault_accountType",
+                              Value(line.value(QStringLiteral("account-type"), QStringLiteral("Checking"))));
+        vault->setValueForKey(u"vault_accountURL",
+                              Value(QFNSStringCategory::makeHTTPURL(line.value(QStringLiteral("url"), QStringLiteral("")))));
+        vault->setValueForKey(u"vault_accountInitialAmount", Value(initial));
+        if (initial != 0) {
+            TransactionDraft deposit;
+            deposit.title = QStringLiteral("Initial Deposit (%1)").arg(title);
+            deposit.amount = initial;
+            deposit.date = m_delegate.now();
+            deposit.accountID = vault->valueForKey(u"vault_uniqueID").toString();
+            ManagedObject* record = TransactionRecords::insert(context, m_delegate, deposit);
+            record->setValueForKey(u"trans_isInitalAccountAmount", Value::boolean(true));
+        }
+    } else if (type == VaultType::Playlist || type == VaultType::SmartPlaylist) {
+        vault->setValueForKey(u"vault_shouldPublish", Value::boolean(line.has(QStringLiteral("share"))));
+    }
+    m_out << vault->valueForKey(u"vault_uniqueID").toString() << Qt::endl;
+    return Success;
+}
+
+int LedgerCli::add(const CommandLine& line)
+{
+    if (QStringList unknown = line.unknownOptions(
+            {QStringLiteral("title"), QStringLiteral("amount"), QStringLiteral("type"), QStringLiteral("date"),
+             QStringLiteral("account"), QStringLiteral("folder"), QStringLiteral("tags"), QStringLiteral("notes"),
+             QStringLiteral("from"), QStringLiteral("to"), QStringLiteral("pending"), QStringLiteral("upcoming"),
+             QStringLiteral("repeat")});
+        !unknown.isEmpty())
+        return fail(BadUsage, QStringLiteral("add does not take %1").arg(unknown.join(QStringLiteral(", "))));
+
+    TransactionDraft draft;
+    draft.title = line.value(QStringLiteral("title"));
+    if (!QFNSStringCategory::isValidString(draft.title))
+        return fail(BadUsage, QStringLiteral("a transaction needs a non-empty --title"));
+    if (!line.has(QStringLiteral("amount")))
+        return fail(BadUsage, QStringLiteral("a transaction needs an --amount"));
+    const auto amount = parseAmount(line.value(QStringLiteral("amount")));
+    if (!amount)
+        return fail(Failure, QStringLiteral("\"%1\" is not an amount").arg(line.value(QStringLiteral("amount"))));
+    draft.amount = *amount;
+    if (line.has(QStringLiteral("type"))) {
+        const QString type = capitalised(line.value(QStringLiteral("type")));
+        if (type != QLatin1String("Incoming") && type != QLatin1String("Outgoing"))
+            return fail(BadUsage, QStringLiteral("--type must be Incoming or Outgoing"));
+        draft.type = type;
+    }
+    if (TransactionRecords::signedAmount(draft.amount, draft.type) == 0)
+        return fail(Failure, QStringLiteral("the amount must not be zero"));
+
+    if (line.has(QStringLiteral("date"))) {
+        const auto date = parseIsoLocalDate(line.value(QStringLiteral("date")));
+        if (!date)
+            return fail(Failure, QStringLiteral("\"%1\" is not a date (YYYY-MM-DD[THH:MM[:SS]])")
+                                     .arg(line.value(QStringLiteral("date"))));
+        draft.date = *date;
+    } else {
+        draft.date = *parseIsoLocalDate(QDate::currentDate().toString(Qt::ISODate));
+    }
+    if (line.has(QStringLiteral("account"))) {
+        ManagedObject* account = vaultNamed(line.value(QStringLiteral("account")), VaultType::Account);
+        if (!account)
+            return fail(Failure, QStringLiteral("no account \"%1\"").arg(line.value(QStringLiteral("account"))));
+        draft.accountID = account->valueForKey(u"vault_uniqueID").toString();
+    }
+    if (line.has(QStringLiteral("folder"))) {
+        ManagedObject* folder = vaultNamed(line.value(QStringLiteral("folder")), VaultType::Playlist);
+        if (!folder)
+            return fail(Failure, QStringLiteral("no folder \"%1\"").arg(line.value(QStringLiteral("folder"))));
+        draft.listIDs = folder->valueForKey(u"vault_uniqueID").toString();
+    }
+    draft.tags = line.value(QStringLiteral("tags")).split(QLatin1Char(','));
+    draft.notes = line.value(QStringLiteral("notes"));
+    draft.from = line.value(QStringLiteral("from"));
+    draft.to = line.value(QStringLiteral("to"));
+    draft.pending = line.has(QStringLiteral("pending"));
+    draft.upcoming = line.has(QStringLiteral("upcoming"));
+    const QString repeat = line.value(QStringLiteral("repeat"), QStringLiteral("Never"));
+    if (repeat != QLatin1String("Never") && !Recurrence::isInterval(repeat))
+        return fail(BadUsage, QStringLiteral("--repeat must be Never, Daily, Weekly, Bi-Weekly, Monthly or Yearly"));
+    draft.repeat = repeat;
+
+    ManagedObjectContext& context = *m_delegate.managedObjectContext();
+    ManagedObject* record = TransactionRecords::insert(context, m_delegate, draft);
+    if (draft.repeat != QLatin1String("Never")) {
+        // The copy is made from the saved values, as after the editor's save.
+        if (Status saved = m_delegate.saveAction(); !saved)
+            return fail(Failure, saved.message());
+        TransactionRecords::scheduleNextOccurrence(context, m_delegate, *record, draft.repeat);
+    }
+    m_out << record->valueForKey(u"trans_uniqueID").toString() << Qt::endl;
+    return Success;
+}
+
+static std::optional<Value> valueForAttribute(const AttributeDescription& attribute, const QString& text, QString* why)
+{
+    if (text == QLatin1String("nil"))
+        return Value();
+    switch (attribute.type) {
+    case AttributeType::String:
+        return Value(text);
+    case AttributeType::Bool: {
+        const QString t = text.toLower();
+        if (t == QLatin1String("yes") || t == QLatin1String("true") || t == QLatin1String("1"))
+            return Value::boolean(true);
+        if (t == QLatin1String("no") || t == QLatin1String("false") || t == QLatin1String("0"))
+            return Value::boolean(false);
+        *why = QStringLiteral("\"%1\" is not a boolean (YES or NO)").arg(text);
+        return std::nullopt;
+    }
+    case AttributeType::Date: {
+        if (auto date = parseIsoLocalDate(text))
+            return Value::date(*date);
+        *why = QStringLiteral("\"%1\" is not a date (YYYY-MM-DD[THH:MM[:SS]])").arg(text);
+        return std::nullopt;
+    }
+    case AttributeType::Float:
+    case AttributeType::Double: {
+        if (auto amount = parseAmount(text))
+            return Value(*amount);
+        *why = QStringLiteral("\"%1\" is not a number").arg(text);
+        return std::nullopt;
+    }
+    case AttributeType::Int16:
+    case AttributeType::Int32:
+    case AttributeType::Int64: {
+        bool ok = false;
+        const qlonglong n = text.toLongLong(&ok);
+        if (ok)
+            return Value(static_cast<std::int64_t>(n));
+        *why = QStringLiteral("\"%1\" is not a whole number").arg(text);
+        return std::nullopt;
+    }
+    case AttributeType::Binary:
+        return Value::data(QByteArray::fromBase64(text.toLatin1()));
+    }
+    return std::nullopt;
+}
+
+int LedgerCli::set(const CommandLine& line)
+{
+    if (line.positional().size() != 3)
+        return fail(BadUsage, QStringLiteral("usage: set ID KEY VALUE"));
+    ManagedObject* record = recordWithID(line.positional().at(0));
+    if (!record)
+        return fail(Failure, QStringLiteral("no record with the ID \"%1\"").arg(line.positional().at(0)));
+    const QString& key = line.positional().at(1);
+    const int index = record->entity().indexOfAttribute(key);
+    if (index < 0)
+        return fail(Failure, QStringLiteral("%1 has no stored key \"%2\"").arg(record->entity().name(), key));
+    QString why;
+    const auto value = valueForAttribute(record->entity().attributes()[index], line.positional().at(2), &why);
+    if (!value)
+        return fail(Failure, why);
+    record->setValue(index, *value);
+    return Success;
+}
+
+int LedgerCli::remove(const CommandLine& line)
+{
+    if (line.positional().isEmpty())
+        return fail(BadUsage, QStringLiteral("usage: delete ID..."));
+    std::vector<ManagedObject*> doomed;
+    for (const QString& id : line.positional()) {
+        ManagedObject* record = recordWithID(id);
+        if (!record)
+            return fail(Failure, QStringLiteral("no record with the ID \"%1\"").arg(id));
+        doomed.push_back(record);
+    }
+    // Attachment files of deleted transactions go with the save at quit.
+    for (ManagedObject* record : doomed)
+        m_delegate.managedObjectContext()->deleteObject(record);
+    return Success;
+}
+
+int LedgerCli::select(const CommandLine& line, std::vector<ManagedObject*>* shown)
+{
+    ManagedObjectContext& context = *m_delegate.managedObjectContext();
+    ManagedObject* vault = nullptr;
+    if (line.has(QStringLiteral("vault"))) {
+        vault = vaultNamed(line.value(QStringLiteral("vault")));
+        if (!vault)
+            return fail(Failure, QStringLiteral("no vault \"%1\"").arg(line.value(QStringLiteral("vault"))));
+    } else {
+        const auto libraries = VaultLibrary::vaultsOfType(context, VaultType::MasterVault);
+        vault = libraries.empty() ? nullptr : libraries.front();
+    }
+    FilterPredicates scope = vault ? TransactionQuery::predicatesForVault(*vault) : TransactionQuery::libraryPredicates();
+    if (scope.all.isNull())
+        return fail(Failure, QStringLiteral("the vault \"%1\" has no transaction list")
+                                 .arg(vault->valueForKey(u"vault_title").toString()));
+    m_delegate.setSelectedVaultID(vault ? vault->valueForKey(u"vault_uniqueID").toString() : QString());
+
+    ListSettings settings;
+    const QString direction = line.value(QStringLiteral("direction"), QStringLiteral("all")).toLower();
+    if (direction == QLatin1String("incoming"))
+        settings.directionFilter = QStringLiteral("FilterIncoming");
+    else if (direction == QLatin1String("outgoing"))
+        settings.directionFilter = QStringLiteral("FilterOutgoing");
+    else if (direction != QLatin1String("all"))
+        return fail(BadUsage, QStringLiteral("--direction must be all, incoming or outgoing"));
+    const QString status = line.value(QStringLiteral("status"), QStringLiteral("all")).toLower();
+    if (status == QLatin1String("paid"))
+        settings.typeFilter = QStringLiteral("FilterPaid");
+    else if (status == QLatin1String("pending"))
+        settings.typeFilter = QStringLiteral("FilterPending");
+    else if (status != QLatin1String("all"))
+        return fail(BadUsage, QStringLiteral("--status must be all, paid or pending"));
+    settings.searchText = line.value(QStringLiteral("search"));
+    settings.sort = line.value(QStringLiteral("sort"), QStringLiteral("Date"));
+    if (!QStringList{QStringLiteral("Date"), QStringLiteral("Title"), QStringLiteral("Amount"), QStringLiteral("Tags")}
+             .contains(settings.sort))
+        return fail(BadUsage, QStringLiteral("--sort must be Date, Title, Amount or Tags"));
+
+    if (line.has(QStringLiteral("range"))) {
+        const QString range = line.value(QStringLiteral("range"));
+        const int dots = range.indexOf(QLatin1String(".."));
+        if (dots >= 0) {
+            settings.dateRangeType = QStringLiteral("Custom Range");
+            const QString from = range.left(dots);
+            const QString to = range.mid(dots + 2);
+            if (!from.isEmpty()) {
+                settings.customFrom = parseIsoLocalDate(from);
+                if (!settings.customFrom)
+                    return fail(Failure, QStringLiteral("\"%1\" is not a date (YYYY-MM-DD)").arg(from));
+            }
+            if (!to.isEmpty()) {
+                settings.customTo = parseIsoLocalDate(to);
+                if (!settings.customTo)
+                    return fail(Failure, QStringLiteral("\"%1\" is not a date (YYYY-MM-DD)").arg(to));
+            }
+        } else if (QStringList{QStringLiteral("All Transactions"), QStringLiteral("This Month"),
+                               QStringLiteral("Last Month"), QStringLiteral("This Year"), QStringLiteral("Last Year")}
+                       .contains(range)) {
+            settings.dateRangeType = range;
+        } else {
+            return fail(BadUsage, QStringLiteral("--range must be a period name or FROM..TO"));
+        }
+    }
+
+    const auto bounds = TransactionQuery::dateRangeBounds(settings, m_delegate.now(), [&context] {
+        return TransactionQuery::earliestTransactionDate(context);
+    });
+    const AmountFormatter& amounts = m_delegate.amountFormatter();
+    Predicate predicate = TransactionQuery::filterWithSearchString(
+        scope, settings, bounds, [&amounts](const QString& text) { return amounts.mayContain(text); });
+
+    if (line.has(QStringLiteral("where"))) {
+        auto where = Predicate::parse(line.value(QStringLiteral("where")));
+        if (!where)
+            return fail(BadUsage, QStringLiteral("malformed predicate: %1").arg(where.message()));
+        if (Status known = where->validateKeys(ManagedObjectModel::shared().trans()); !known)
+            return fail(BadUsage, known.message());
+        predicate = predicate.isNull() ? *where : Predicate::andPredicate({predicate, *where});
+    }
+    *shown = TransactionQuery::arrangedTransactions(context, predicate, settings.sort);
+    return Success;
+}
+
+int LedgerCli::list(const CommandLine& line)
+{
+    QStringList known = kSelectionOptions;
+    known << QStringLiteral("json");
+    if (QStringList unknown = line.unknownOptions(known); !unknown.isEmpty())
+        return fail(BadUsage, QStringLiteral("list does not take %1").arg(unknown.join(QStringLiteral(", "))));
+    std::vector<ManagedObject*> shown;
+    if (int code = select(line, &shown); code != Success)
+        return code;
+    if (line.has(QStringLiteral("json"))) {
+        m_out << '[';
+        for (std::size_t i = 0; i < shown.size(); ++i)
+            m_out << (i ? ",\n" : "\n") << recordJson(*shown[i]);
+        m_out << (shown.empty() ? "]" : "\n]") << Qt::endl;
+        return Success;
+    }
+    for (ManagedObject* t : shown) {
+        const Value date = t->valueForKey(u"trans_date");
+        m_out << t->valueForKey(u"trans_uniqueID").toString() << '\t'
+              << (date.isNull() ? QString() : isoLocalDate(date.toDate())) << '\t'
+              << t->valueForKey(u"trans_title").toString() << '\t'
+              << plainNumber(t->valueForKey(u"trans_amount").toDouble()) << '\t'
+              << t->valueForKey(u"trans_status").toString() << '\t' << t->valueForKey(u"trans_keywords").toString()
+              << '\n';
+    }
+    m_out.flush();
+    return Success;
+}
+
+int LedgerCli::balance(const CommandLine& line)
+{
+    if (QStringList unknown = line.unknownOptions(kSelectionOptions); !unknown.isEmpty())
+        return fail(BadUsage, QStringLiteral("balance does not take %1").arg(unknown.join(QStringLiteral(", "))));
+    std::vector<ManagedObject*> shown;
+    if (int code = select(line, &shown); code != Success)
+        return code;
+    const Balances b = TransactionQuery::balances(shown);
+    m_out << "count\t" << b.count << '\n'
+          << "total\t" << plainNumber(b.total) << '\n'
+          << "incoming\t" << plainNumber(b.incoming) << '\n'
+          << "outgoing\t" << plainNumber(b.outgoing) << Qt::endl;
+    return Success;
+}
+
+int LedgerCli::predicate(const CommandLine& line)
+{
+    if (line.positional().size() != 1)
+        return fail(BadUsage, QStringLiteral("usage: predicate TEXT [--arg VALUE]..."));
+    ValueArray arguments;
+    for (const QString& argument : line.values(QStringLiteral("arg")))
+        arguments.push_back(Value(argument));
+    auto parsed = Predicate::parse(line.positional().first(), arguments);
+    if (!parsed)
+        return fail(BadUsage, QStringLiteral("malformed predicate: %1").arg(parsed.message()));
+    m_out << parsed->predicateFormat() << Qt::endl;
+    return Success;
+}
+
+} // namespace qf::cli

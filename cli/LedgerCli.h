@@ -1,0 +1,50 @@
+#pragma once
+
+#include "CommandLine.h"
+
+#include <QTextStream>
+
+namespace qf {
+class ManagedObject;
+class Quillfen_AppDelegate;
+struct FilterPredicates;
+} // namespace qf
+
+namespace qf::cli {
+
+// Exit statuses of quillfen-cli.
+enum ExitCode { Success = 0, Failure = 1, BadUsage = 2 };
+
+// The ledger from a shell: every command opens the store as the desktop app
+// does, works through the same core, and quits through the same steps (which
+// save the store, except the example store).
+class LedgerCli {
+public:
+    LedgerCli(Quillfen_AppDelegate& delegate, QTextStream& out, QTextStream& err);
+
+    int run(const CommandLine& line);
+    static QString usage();
+
+private:
+    int info(const CommandLine& line);
+    int vaults(const CommandLine& line);
+    int addVault(const CommandLine& line);
+    int add(const CommandLine& line);
+    int set(const CommandLine& line);
+    int remove(const CommandLine& line);
+    int list(const CommandLine& line);
+    int balance(const CommandLine& line);
+    int predicate(const CommandLine& line);
+
+    // The transactions a selection shows, or an exit code on bad options.
+    int select(const CommandLine& line, std::vector<ManagedObject*>* shown);
+    ManagedObject* vaultNamed(const QString& idOrTitle, const QString& requiredType = {});
+    ManagedObject* recordWithID(const QString& uniqueID);
+    int fail(int code, const QString& message);
+
+    Quillfen_AppDelegate& m_delegate;
+    QTextStream& m_out;
+    QTextStream& m_err;
+};
+
+} // namespace qf::cli

@@ -1,0 +1,71 @@
+#include "CommandLine.h"
+#include "LedgerCli.h"
+#include "app/Quillfen_AppDelegate.h"
+#include "app/UserDefaults.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+#include <cstdio>
+
+using namespace qf;
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Quillfen"));
+    QCoreApplication::setApplicationName(QStringLiteral("Quillfen"));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    QString problem;
+    const auto line = cli::CommandLine::parse(
+        app.arguments().mid(1),
+        {QStringLiteral("example"), QStringLiteral("pending"), QStringLiteral("upcoming"), QStringLiteral("share"),
+         QStringLiteral("json"), QStringLiteral("help")},
+        &problem);
+    if (!line) {
+        err << "quillfen-cli: " << problem << Qt::endl;
+        return cli::BadUsage;
+    }
+    if (line->has(QStringLiteral("help")) || line->command() == QLatin1String("help")) {
+        out << cli::LedgerCli::usage();
+        return cli::Success;
+    }
+
+    UserDefaults& defaults = UserDefaults::standard();
+    defaults.registerDefaults();
+    if (line->has(QStringLiteral("locale")))
+        defaults.setVolatileValue(DefaultsKey::LocaleIdentifier, line->value(QStringLiteral("locale")));
+    if (line->has(QStringLiteral("example")))
+        defaults.setVolatileValue(DefaultsKey::UseExampleStore, true);
+
+    Quillfen_AppDelegate delegate;
+    if (line->has(QStringLiteral("data-dir")))
+        delegate.setDataFolderOverride(line->value(QStringLiteral("data-dir")));
+
+    // Global options are the app's; commands must not see them as their own.
+    cli::CommandLine commandLine = *line;
+    commandLine.removeOptions({QStringLiteral("data-dir"), QStringLiteral("example"), QStringLiteral("locale")});
+    cli::LedgerCli ledger(delegate, out, err);
+
+    if (commandLine.command() != QLatin1String("predicate")) {
+        delegate.managedObjectContext();
+        if (delegate.storeError()) {
+            err << "quillfen-cli: cannot open the ledger: " << delegate.storeError()->describe() << Qt::endl;
+            return cli::Failure;
+        }
+        delegate.applicationDidFinishLaunching();
+    }
+
+    const int code = ledger.run(commandLine);
+    if (code != cli::Success || commandLine.command() == QLatin1String("predicate"))
+        return code; // a failed command writes nothing
+
+    if (delegate.applicationShouldTerminate() != Quillfen_AppDelegate::TerminateReply::Now) {
+        const QString why = delegate.saveError() ? delegate.saveError()->describe() : QStringLiteral("unknown error");
+        err << "quillfen-cli: could not save the ledger: " << why << Qt::endl;
+        return cli::Failure;
+    }
+    delegate.applicationWillTerminate();
+    return cli::Success;
+}

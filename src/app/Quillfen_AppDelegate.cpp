@@ -1,0 +1,425 @@
+#include "app/Quillfen_AppDelegate.h"
+
+#include "app/ResourceFolder.h"
+#include "app/UserDefaults.h"
+#include "common/AmountFormatter.h"
+#include "common/DateFormatter.h"
+#include "planning/NamedPeriod.h"
+#include "store/RecordClassFactory.h"
+#include "store/StoreOpener.h"
+#include "store/VaultLibrary.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QUuid>
+#include <algorithm>
+
+namespace qf {
+
+namespace {
+Quillfen_AppDelegate* g_sharedInstance = nullptr;
+constexpr qint64 kReferenceEpoch = 978307200; // 2001-01-01 00:00:00 UTC in Unix seconds
+} // namespace
+
+Quillfen_AppDelegate::Quillfen_AppDelegate(QObject* parent) : QObject(parent)
+{
+    if (!g_sharedInstance)
+        g_sharedInstance = this;
+    prepareFormatters();
+}
+
+Quillfen_AppDelegate::~Quillfen_AppDelegate()
+{
+    if (g_sharedInstance == this)
+        g_sharedInstance = nullptr;
+}
+
+Quillfen_AppDelegate* Quillfen_AppDelegate::sharedInstance()
+{
+    return g_sharedInstance;
+}
+
+void Quillfen_AppDelegate::setDataFolderOverride(const QString& folder)
+{
+    m_dataFolderOverride = folder.isEmpty() ? QString() : QDir(folder).absolutePath();
+}
+
+bool Quillfen_AppDelegate::isUsingExampleStore() const
+{
+    return UserDefaults::standard().boolForKey(DefaultsKey::UseExampleStore);
+}
+
+QString Quillfen_AppDelegate::applicationSupportFolder() const
+{
+    const bool example = isUsingExampleStore();
+    if (!m_dataFolderOverride.isEmpty())
+        return example ? m_dataFolderOverride + QStringLiteral("_Example") : m_dataFolderOverride;
+    QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (base.isEmpty())
+        base = QDir::tempPath();
+    return base + (example ? QStringLiteral("/Quillfen_Example") : QStringLiteral("/Quillfen"));
+}
+
+QString Quillfen_AppDelegate::exampleSourceFolder() const
+{
+    return resourceFolder() + QStringLiteral("/Quillfen Example");
+}
+
+ManagedObjectContext* Quillfen_AppDelegate::openUserContext()
+{
+    if (!m_managedObjectContext) {
+        OpenedStore opened = StoreOpener(recordClassFactory(this)).openUserStore(applicationSupportFolder());
+        m_managedObjectContext = std::move(opened.context);
+        m_storeError = opened.error;
+        if (m_storeError)
+            qWarning("%s", qPrintable(m_storeError->describe()));
+    }
+    return m_managedObjectContext.get();
+}
+
+ManagedObjectContext* Quillfen_AppDelegate::openExampleContext()
+{
+    if (!m_exampleManagedObjectContext) {
+        OpenedStore opened =
+            StoreOpener(recordClassFactory(this)).openExampleStore(applicationSupportFolder(), exampleSourceFolder());
+        m_exampleManagedObjectContext = std::move(opened.context);
+        m_storeError = opened.error;
+        if (m_storeError)
+            qWarning("%s", qPrintable(m_storeError->describe()));
+    }
+    return m_exampleManagedObjectContext.get();
+}
+
+ManagedObjectContext* Quillfen_AppDelegate::managedObjectContext()
+{
+    ManagedObjectContext* context = isUsingExampleStore() ? openExampleContext() : openUserContext();
+    Q_EMIT managedObjectChanged(context);
+    return context;
+}
+
+bool Quillfen_AppDelegate::hasContext() const
+{
+    return isUsingExampleStore() ? m_exampleManagedObjectContext != nullptr : m_managedObjectContext != nullptr;
+}
+
+Status Quillfen_AppDelegate::saveAction()
+{
+    if (isUsingExampleStore())
+        return Status::ok();
+    return managedObjectContext()->save();
+}
+
+void Quillfen_AppDelegate::changeContextToDemo()
+{
+    UserDefaults::standard().setValue(DefaultsKey::UseExampleStore, true);
+    m_managedObjectContext.reset();
+    openExampleContext();
+    convertVaultLibraryObjects();
+    Q_EMIT managedObjectChanged(m_exampleManagedObjectContext.get());
+}
+
+void Quillfen_AppDelegate::changeContextToNormal()
+{
+    UserDefaults::standard().setValue(DefaultsKey::UseExampleStore, false);
+    m_exampleManagedObjectContext.reset();
+    openUserContext();
+    convertVaultLibraryObjects();
+    Q_EMIT managedObjectChanged(m_managedObjectContext.get());
+}
+
+void Quillfen_AppDelegate::convertVaultLibraryObjects()
+{
+    VaultLibrary::ensureFixedVaults(*managedObjectContext(), *this);
+}
+
+void Quillfen_AppDelegate::applicationDidFinishLaunching()
+{
+    m_saveWhenQuit = true;
+    convertVaultLibraryObjects();
+}
+
+// ---- lookups --------------------------------------------------------------
+
+static const EntityDescription* entityNamed(const QString& name)
+{
+    return ManagedObjectModel::shared().entity(name);
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchObjectsWithEntityName(const QString& entityName,
+                                                                            const Predicate& predicate)
+{
+    const EntityDescription* entity = entityNamed(entityName);
+    if (!entity)
+        return {};
+    const std::vector<ManagedObject*>& all = managedObjectContext()->objects(*entity);
+    std::vector<ManagedObject*> found;
+    for (ManagedObject* object : all) {
+        if (predicate.evaluate(*object))
+            found.push_back(object);
+    }
+    return found;
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchObjectsWithEntityName(const QString& entityName,
+                                                                            const QString& key, const Value& value)
+{
+    auto predicate = Predicate::parse(u"%K == %@", {Value(key), value});
+    if (!predicate)
+        return {};
+    return fetchObjectsWithEntityName(entityName, *predicate);
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchAllValidObjectsWithEntityName(const QString& entityName)
+{
+    // "self != nil" holds for every record: "valid" means every record held.
+    const EntityDescription* entity = entityNamed(entityName);
+    if (!entity)
+        return {};
+    return managedObjectContext()->objects(*entity);
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchAllVaultObjects()
+{
+    return fetchAllValidObjectsWithEntityName(QStringLiteral("VaultEntity"));
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchAllTransObjects()
+{
+    return fetchAllValidObjectsWithEntityName(QStringLiteral("TransEntity"));
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchAllAttachments()
+{
+    return fetchAllValidObjectsWithEntityName(QStringLiteral("AttachmentEntity"));
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchAllPhotoObjects()
+{
+    return fetchAllValidObjectsWithEntityName(QStringLiteral("PhotoEntity"));
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetchVaultObjectsWithType(const QString& type)
+{
+    return VaultLibrary::vaultsOfType(*managedObjectContext(), type);
+}
+
+static ManagedObject* firstOf(const std::vector<ManagedObject*>& objects)
+{
+    return objects.empty() ? nullptr : objects.front();
+}
+
+ManagedObject* Quillfen_AppDelegate::fetchTransObjectWithID(const QString& uniqueID)
+{
+    return firstOf(fetchObjectsWithEntityName(QStringLiteral("TransEntity"), QStringLiteral("trans_uniqueID"), Value(uniqueID)));
+}
+
+ManagedObject* Quillfen_AppDelegate::fetchVaultObjectWithID(const QString& uniqueID)
+{
+    return firstOf(fetchObjectsWithEntityName(QStringLiteral("VaultEntity"), QStringLiteral("vault_uniqueID"), Value(uniqueID)));
+}
+
+ManagedObject* Quillfen_AppDelegate::fetchVaultObjectWithName(const QString& title)
+{
+    return firstOf(fetchObjectsWithEntityName(QStringLiteral("VaultEntity"), QStringLiteral("vault_title"), Value(title)));
+}
+
+ManagedObject* Quillfen_AppDelegate::fetchAttachmentWithID(const QString& uniqueID)
+{
+    return firstOf(fetchObjectsWithEntityName(QStringLiteral("AttachmentEntity"), QStringLiteral("attachment_uniqueID"),
+                                              Value(uniqueID)));
+}
+
+ManagedObject* Quillfen_AppDelegate::fetchSmartObjectWithID(const QString& uniqueID)
+{
+    return firstOf(fetchObjectsWithEntityName(QStringLiteral("SmartEntity"), QStringLiteral("smart_uniqueID"), Value(uniqueID)));
+}
+
+QString Quillfen_AppDelegate::createUniqueID() const
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}
+
+// ---- attachments ----------------------------------------------------------
+
+QString Quillfen_AppDelegate::obtainAttachmentPathFrom(const QString& storedPath) const
+{
+    if (storedPath.isEmpty())
+        return {};
+    // Only the transaction folder and file name count, so attachments follow
+    // the data folder even when the stored path is out of date.
+    const QFileInfo stored(storedPath);
+    const QString parentName = QFileInfo(stored.path()).fileName();
+    return applicationSupportFolder() + QLatin1Char('/') + StoreFile::Attachments + QLatin1Char('/') + parentName +
+           QLatin1Char('/') + stored.fileName();
+}
+
+void Quillfen_AppDelegate::deleteAttachmentsForObjects(const std::vector<ManagedObject*>& objects)
+{
+    const EntityDescription& trans = ManagedObjectModel::shared().trans();
+    const int uniqueIDIndex = trans.indexOfAttribute(u"trans_uniqueID");
+    for (ManagedObject* object : objects) {
+        if (&object->entity() != &trans)
+            continue;
+        const QString uniqueID = object->primitiveValue(uniqueIDIndex).toString();
+        if (uniqueID.isEmpty())
+            continue;
+        QDir(applicationSupportFolder() + QLatin1Char('/') + StoreFile::Attachments + QLatin1Char('/') + uniqueID)
+            .removeRecursively();
+        for (ManagedObject* attachment : fetchObjectsWithEntityName(QStringLiteral("AttachmentEntity"),
+                                                                    QStringLiteral("attachment_transParentID"),
+                                                                    Value(uniqueID)))
+            managedObjectContext()->deleteObject(attachment);
+    }
+}
+
+// ---- formatters -----------------------------------------------------------
+
+void Quillfen_AppDelegate::prepareFormatters()
+{
+    const QString locale = UserDefaults::standard().stringForKey(DefaultsKey::LocaleIdentifier);
+    m_amountFormatter = std::make_unique<AmountFormatter>(locale);
+    m_shortDateFormatter = std::make_unique<DateFormatter>(DateFormatter::Style::Short, locale);
+    m_longDateFormatter = std::make_unique<DateFormatter>(DateFormatter::Style::Medium, locale);
+    m_recordLongDateFormatter = std::make_unique<DateFormatter>(DateFormatter::Style::Long, locale);
+}
+
+void Quillfen_AppDelegate::localePreferenceChanged()
+{
+    prepareFormatters();
+    ++m_formatGeneration;
+}
+
+const AmountFormatter& Quillfen_AppDelegate::amountFormatter() const
+{
+    return *m_amountFormatter;
+}
+
+const DateFormatter& Quillfen_AppDelegate::shortDateFormatter() const
+{
+    return *m_shortDateFormatter;
+}
+
+const DateFormatter& Quillfen_AppDelegate::longDateFormatter() const
+{
+    return *m_longDateFormatter;
+}
+
+QString Quillfen_AppDelegate::formatAmount(double amount) const
+{
+    return m_amountFormatter->format(amount);
+}
+
+QString Quillfen_AppDelegate::formatShortDate(AbsoluteTime date) const
+{
+    return m_shortDateFormatter->format(date);
+}
+
+QString Quillfen_AppDelegate::formatLongDate(AbsoluteTime date) const
+{
+    return m_recordLongDateFormatter->format(date);
+}
+
+AbsoluteTime Quillfen_AppDelegate::now() const
+{
+    return static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000.0 - static_cast<double>(kReferenceEpoch);
+}
+
+std::optional<std::pair<AbsoluteTime, AbsoluteTime>> Quillfen_AppDelegate::periodBounds(const QString& name) const
+{
+    return namedPeriodBounds(name, now());
+}
+
+std::vector<ManagedObject*> Quillfen_AppDelegate::fetch(const QString& entityName, const QString& predicateFormat,
+                                                        const ValueArray& arguments) const
+{
+    auto predicate = Predicate::parse(predicateFormat, arguments);
+    if (!predicate)
+        return {};
+    return const_cast<Quillfen_AppDelegate*>(this)->fetchObjectsWithEntityName(entityName, *predicate);
+}
+
+// ---- opening files and quitting -------------------------------------------
+
+void Quillfen_AppDelegate::setTransIDToOpen(const QString& uniqueID)
+{
+    m_transIDToOpen = uniqueID;
+}
+
+bool Quillfen_AppDelegate::openFile(const QString& path)
+{
+    const QFileInfo info(path);
+    if (info.suffix().compare(QLatin1String("quillfenTransItem"), Qt::CaseInsensitive) != 0)
+        return false;
+    setTransIDToOpen(info.completeBaseName());
+    Q_EMIT sourceListSetupRequested();
+    return true;
+}
+
+Quillfen_AppDelegate::TerminateReply Quillfen_AppDelegate::applicationShouldTerminate(bool pendingEditsCommitted)
+{
+    m_saveError.reset();
+    if (!m_saveWhenQuit || isUsingExampleStore() || !m_managedObjectContext)
+        return TerminateReply::Now;
+    ManagedObjectContext* context = m_managedObjectContext.get();
+    deleteAttachmentsForObjects(context->deletedObjects());
+    if (!pendingEditsCommitted)
+        return TerminateReply::Cancel;
+    if (!context->hasChanges())
+        return TerminateReply::Now;
+    Status saved = context->save();
+    if (saved)
+        return TerminateReply::Now;
+    m_saveError = saved.error();
+    return TerminateReply::Later;
+}
+
+Quillfen_AppDelegate::TerminateReply Quillfen_AppDelegate::replyToSaveFailedAlert(SaveFailedButton button)
+{
+    // The default button, "Cancel", quits and "Quit" keeps the program
+    // running. Users have learnt this behaviour; it stays as it is.
+    return button == SaveFailedButton::Cancel ? TerminateReply::Now : TerminateReply::Cancel;
+}
+
+QString Quillfen_AppDelegate::saveFailedTitle()
+{
+    return tr("Database Save Failed");
+}
+
+QString Quillfen_AppDelegate::saveFailedText()
+{
+    return tr("Could not save changes to the database while quitting. Quit anyway?");
+}
+
+void Quillfen_AppDelegate::applicationWillTerminate()
+{
+    if (isUsingExampleStore()) {
+        UserDefaults::standard().setValue(DefaultsKey::UseExampleStore, false);
+        UserDefaults::standard().synchronize();
+    }
+}
+
+void Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)
+{
+    m_saveWhenQuit = false;
+    qputenv("LAUNCH_PATH", launchPath.toLocal8Bit());
+    const QString pid = QString::number(QCoreApplication::applicationPid());
+    // Waits for this process to end (0.2 s steps, at most 3000), then starts
+    // the program again; output is discarded.
+    const QString script = QStringLiteral("i=0; while kill -0 %1 2>/dev/null && [ $i -lt 3000 ]; do sleep 0.2; "
+                                          "i=$((i+1)); done; kill -0 %1 2>/dev/null || exec \"${LAUNCH_PATH}\"")
+                               .arg(pid);
+    QProcess job;
+    job.setProgram(QStringLiteral("/bin/sh"));
+    job.setArguments({QStringLiteral("-c"), script});
+    job.setStandardOutputFile(QProcess::nullDevice());
+    job.setStandardErrorFile(QProcess::nullDevice());
+    job.startDetached();
+    if (QCoreApplication::instance())
+        QCoreApplication::exit(0);
+}
+
+} // namespace qf

@@ -1,0 +1,111 @@
+#include "editing/TransactionRecords.h"
+
+#include "planning/Recurrence.h"
+#include "store/ManagedObjectContext.h"
+#include "store/RecordEnvironment.h"
+
+#include <cmath>
+
+namespace qf {
+
+namespace {
+
+const EntityDescription& trans()
+{
+    return ManagedObjectModel::shared().trans();
+}
+
+void set(ManagedObject* record, QStringView key, const Value& value)
+{
+    record->setValue(trans().indexOfAttribute(key), value);
+}
+
+} // namespace
+
+double TransactionRecords::signedAmount(double amount, const std::optional<QString>& type)
+{
+    if (!type)
+        return amount;
+    if (*type == QLatin1String("Incoming"))
+        return std::fabs(amount);
+    if (*type == QLatin1String("Outgoing"))
+        return -std::fabs(amount);
+    return amount;
+}
+
+QString TransactionRecords::keywordString(const QStringList& tags)
+{
+    QStringList kept;
+    for (const QString& tag : tags) {
+        if (!tag.trimmed().isEmpty())
+            kept.append(tag.trimmed());
+    }
+    return kept.join(QStringLiteral(", "));
+}
+
+ManagedObject* TransactionRecords::insert(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                          const TransactionDraft& draft)
+{
+    ManagedObject* record = context.insertNewObject(trans());
+    set(record, u"trans_date", Value::date(draft.date));
+    set(record, u"trans_uniqueID", Value(environment.createUniqueID()));
+    // Empty fields are written as empty texts, like the form writes them.
+    set(record, u"trans_title", Value(draft.title.isNull() ? QStringLiteral("") : draft.title));
+    set(record, u"trans_from", Value(draft.from.isNull() ? QStringLiteral("") : draft.from));
+    set(record, u"trans_to", Value(draft.to.isNull() ? QStringLiteral("") : draft.to));
+    set(record, u"trans_notes", Value(draft.notes.isNull() ? QStringLiteral("") : draft.notes));
+    set(record, u"trans_dateModified", Value::date(environment.now()));
+    set(record, u"trans_amount", Value(signedAmount(draft.amount, draft.type)));
+    set(record, u"trans_keywords", Value(keywordString(draft.tags)));
+    if (!draft.accountID.isEmpty())
+        set(record, u"trans_accountID", Value(draft.accountID));
+    set(record, u"trans_setiCalEvent", Value::boolean(false));
+    set(record, u"trans_isPending", Value::boolean(draft.pending || draft.upcoming));
+    set(record, u"trans_isUpcoming", Value::boolean(draft.upcoming));
+    set(record, u"trans_reoccurrence", Value(draft.repeat));
+    if (!draft.listIDs.isEmpty())
+        set(record, u"trans_listIDs", Value(draft.listIDs));
+    return record;
+}
+
+ManagedObject* TransactionRecords::recordWithUniqueID(const ManagedObjectContext& context, const QString& uniqueID)
+{
+    const int key = trans().indexOfAttribute(u"trans_uniqueID");
+    const SharedString wanted = SharedString::fromQString(uniqueID);
+    for (ManagedObject* record : context.objects(trans())) {
+        if (record->primitiveValue(key).string() == wanted)
+            return record;
+    }
+    return nullptr;
+}
+
+ManagedObject* TransactionRecords::scheduleNextOccurrence(ManagedObjectContext& context,
+                                                          const RecordEnvironment& environment, ManagedObject& record,
+                                                          const QString& repeat)
+{
+    const std::optional<AbsoluteTime> due =
+        Recurrence::nextDueDate(record.valueForKey(u"trans_date").toDate(), repeat);
+    if (!due)
+        return nullptr;
+    const QString uniqueID = record.valueForKey(u"trans_uniqueID").toString();
+    const int paidREF = trans().indexOfAttribute(u"trans_paidREFID");
+    const SharedString wanted = SharedString::fromQString(uniqueID);
+    for (ManagedObject* other : context.objects(trans())) {
+        if (other->primitiveValue(paidREF).string() == wanted) {
+            set(other, u"trans_reoccurrence", record.valueForKey(u"trans_reoccurrence"));
+            return nullptr;
+        }
+    }
+
+    ManagedObject* copy = context.insertNewObject(trans());
+    for (int i = 0; i < trans().attributeCount(); ++i)
+        copy->setValue(i, record.committedValue(i));
+    set(copy, u"trans_uniqueID", Value(environment.createUniqueID()));
+    set(copy, u"trans_date", Value::date(*due));
+    set(copy, u"trans_isUpcoming", Value::boolean(true));
+    set(copy, u"trans_paidREFID", Value(uniqueID));
+    set(&record, u"trans_pendingREFID", copy->valueForKey(u"trans_uniqueID"));
+    return copy;
+}
+
+} // namespace qf

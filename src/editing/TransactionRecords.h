@@ -1,0 +1,56 @@
+#pragma once
+
+#include "common/Value.h"
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+namespace qf {
+
+class ManagedObject;
+class ManagedObjectContext;
+class RecordEnvironment;
+
+// A new transaction as the editor's form would describe it.
+struct TransactionDraft {
+    QString title;
+    double amount = 0;
+    // "Incoming" or "Outgoing" forces the sign as the editor's type selector
+    // does; none keeps the amount's own sign.
+    std::optional<QString> type;
+    AbsoluteTime date = 0;
+    QString accountID; // empty: no account
+    QString listIDs;   // the folder defaults of the view it was added in
+    QStringList tags;
+    QString notes;
+    QString from;
+    QString to;
+    bool pending = false;
+    bool upcoming = false;
+    QString repeat = QStringLiteral("Never");
+};
+
+// Writing transactions the way the editor does, for callers without a form.
+class TransactionRecords {
+public:
+    // The amount with the sign of the type: "Incoming" positive, "Outgoing" negative.
+    static double signedAmount(double amount, const std::optional<QString>& type);
+    // Tags joined by ", " in the order given, empty ones dropped.
+    static QString keywordString(const QStringList& tags);
+
+    static ManagedObject* insert(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                 const TransactionDraft& draft);
+
+    // The upcoming copy a repeat setting schedules, due one interval after
+    // the record's date. When a copy made from this record exists, only its
+    // repeat value is brought up to date and null is returned; null too when
+    // the repeat title has no interval.
+    static ManagedObject* scheduleNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                                 ManagedObject& record, const QString& repeat);
+
+    // The first transaction with a unique ID, null when none.
+    static ManagedObject* recordWithUniqueID(const ManagedObjectContext& context, const QString& uniqueID);
+};
+
+} // namespace qf

@@ -1,0 +1,291 @@
+#include "views/TransactionQuery.h"
+
+#include "planning/NamedPeriod.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+
+#include <QStringList>
+#include <algorithm>
+
+namespace qf {
+
+namespace {
+
+Predicate parseOrNothing(const QString& format, const ValueArray& arguments = {})
+{
+    auto parsed = Predicate::parse(format, arguments);
+    return parsed ? *parsed : Predicate::falsePredicate();
+}
+
+const EntityDescription& transEntity()
+{
+    return ManagedObjectModel::shared().trans();
+}
+
+// Key indexes of the transaction entity, looked up once.
+struct TransKeys {
+    int uniqueID = transEntity().indexOfKey(u"trans_uniqueID");
+    int title = transEntity().indexOfKey(u"trans_title");
+    int amount = transEntity().indexOfKey(u"trans_amount");
+    int date = transEntity().indexOfKey(u"trans_date");
+    int keywords = transEntity().indexOfKey(u"trans_keywords");
+};
+
+const TransKeys& transKeys()
+{
+    static const TransKeys keys;
+    return keys;
+}
+
+// Ascending order of record values: nil first, numbers by value, texts by
+// code point.
+int compareValues(const Value& a, const Value& b)
+{
+    if (a.isNull() || b.isNull())
+        return a.isNull() == b.isNull() ? 0 : (a.isNull() ? -1 : 1);
+    if (a.isString() && b.isString()) {
+        const int c = a.string().view().compare(b.string().view());
+        return c < 0 ? -1 : (c > 0 ? 1 : 0);
+    }
+    const double x = a.toDouble();
+    const double y = b.toDouble();
+    return x < y ? -1 : (x > y ? 1 : 0);
+}
+
+} // namespace
+
+ListSettings ListSettings::ofVault(const ManagedObject& vault)
+{
+    ListSettings settings;
+    auto text = [&](QStringView key, const QString& fallback) {
+        const QString v = vault.valueForKey(key).toString();
+        return v.isEmpty() ? fallback : v;
+    };
+    settings.directionFilter = text(u"vault_directionFilter", settings.directionFilter);
+    settings.typeFilter = text(u"vault_typeFilter", settings.typeFilter);
+    settings.dateRangeType = text(u"vault_dateRangeType", settings.dateRangeType);
+    settings.sort = text(u"vault_transSort", settings.sort);
+    const Value from = vault.valueForKey(u"vault_dateRangeFrom");
+    const Value to = vault.valueForKey(u"vault_dateRangeTo");
+    if (!from.isNull())
+        settings.customFrom = from.toDate();
+    if (!to.isNull())
+        settings.customTo = to.toDate();
+    return settings;
+}
+
+FilterPredicates TransactionQuery::libraryPredicates()
+{
+    return {parseOrNothing(QStringLiteral("self != nil")),
+            parseOrNothing(QStringLiteral("trans_direction == %@"), {Value("Incoming")}),
+            parseOrNothing(QStringLiteral("trans_direction == %@"), {Value("Outgoing")}),
+            parseOrNothing(QStringLiteral("trans_isPending == NO")),
+            parseOrNothing(QStringLiteral("trans_isPending == YES"))};
+}
+
+FilterPredicates TransactionQuery::accountPredicates(const QString& accountID)
+{
+    const QString scope = QStringLiteral("(trans_accountID == %@ || trans_billFromAccountID == %@ || "
+                                         "trans_billToAccountID == %@)");
+    const ValueArray ids(3, Value(accountID));
+    return {parseOrNothing(QStringLiteral("trans_accountID == %@ || trans_billFromAccountID == %@ || "
+                                          "trans_billToAccountID == %@"),
+                           ids),
+            parseOrNothing(QStringLiteral("trans_direction == 'Incoming' AND ") + scope, ids),
+            parseOrNothing(QStringLiteral("trans_direction == 'Outgoing' AND ") + scope, ids),
+            parseOrNothing(QStringLiteral("trans_isPending == NO AND ") + scope, ids),
+            parseOrNothing(QStringLiteral("trans_isPending == YES AND ") + scope, ids)};
+}
+
+FilterPredicates TransactionQuery::folderPredicates(const QString& folderID)
+{
+    // A folder without an identifier shows nothing.
+    const Value id = folderID.isEmpty() ? Value() : Value(folderID);
+    return {parseOrNothing(QStringLiteral("trans_listIDs contains %@"), {id}),
+            parseOrNothing(QStringLiteral("trans_listIDs contains %@ AND trans_direction == %@"), {id, Value("Incoming")}),
+            parseOrNothing(QStringLiteral("trans_listIDs contains %@ AND trans_direction == %@"), {id, Value("Outgoing")}),
+            parseOrNothing(QStringLiteral("trans_listIDs contains %@ AND trans_isPending == NO"), {id}),
+            parseOrNothing(QStringLiteral("trans_listIDs contains %@ AND trans_isPending == YES"), {id})};
+}
+
+FilterPredicates TransactionQuery::untaggedPredicates()
+{
+    return {parseOrNothing(QStringLiteral("trans_keywords == nil || trans_keywords == ''")),
+            parseOrNothing(QStringLiteral("trans_direction == 'Incoming' AND (trans_keywords == nil || trans_keywords == '')")),
+            parseOrNothing(QStringLiteral("trans_direction == 'Outgoing' AND (trans_keywords == nil || trans_keywords == '')")),
+            parseOrNothing(QStringLiteral("trans_isPending == NO AND (trans_keywords == nil || trans_keywords == '')")),
+            parseOrNothing(QStringLiteral("trans_isPending == YES AND (trans_keywords == nil || trans_keywords == '')"))};
+}
+
+FilterPredicates TransactionQuery::billListPredicates()
+{
+    return {parseOrNothing(QStringLiteral("trans_isUpcoming == YES")),
+            parseOrNothing(QStringLiteral("trans_isUpcoming == YES AND trans_direction == %@"), {Value("Incoming")}),
+            parseOrNothing(QStringLiteral("trans_isUpcoming == YES AND trans_direction == %@"), {Value("Outgoing")}),
+            parseOrNothing(QStringLiteral("trans_isUpcoming == YES AND trans_isPending == NO")),
+            parseOrNothing(QStringLiteral("trans_isUpcoming == YES AND trans_isPending == YES"))};
+}
+
+FilterPredicates TransactionQuery::smartFolderPredicates(const QString& predicateString)
+{
+    Predicate smart = parseOrNothing(QStringLiteral("self == nil"));
+    if (!predicateString.isEmpty()) {
+        if (auto parsed = Predicate::parse(predicateString))
+            smart = *parsed;
+    }
+    auto with = [&](const QString& format, const ValueArray& arguments = {}) {
+        return Predicate::andPredicate({smart, parseOrNothing(format, arguments)});
+    };
+    return {smart, with(QStringLiteral("trans_direction == %@"), {Value("Incoming")}),
+            with(QStringLiteral("trans_direction == %@"), {Value("Outgoing")}),
+            with(QStringLiteral("trans_isPending == NO")), with(QStringLiteral("trans_isPending == YES"))};
+}
+
+FilterPredicates TransactionQuery::predicatesForVault(const ManagedObject& vault)
+{
+    const QString type = vault.valueForKey(u"vault_type").toString();
+    const QString id = vault.valueForKey(u"vault_uniqueID").toString();
+    if (type == VaultType::MasterVault)
+        return libraryPredicates();
+    if (type == VaultType::Account)
+        return accountPredicates(id);
+    if (type == VaultType::Playlist)
+        return folderPredicates(id);
+    if (type == VaultType::Untagged)
+        return untaggedPredicates();
+    if (type == VaultType::BillManager)
+        return billListPredicates();
+    if (type == VaultType::SmartPlaylist)
+        return smartFolderPredicates(vault.valueForKey(u"vault_smartPredicateString").toString());
+    return {};
+}
+
+std::optional<std::pair<AbsoluteTime, AbsoluteTime>>
+TransactionQuery::dateRangeBounds(const ListSettings& settings, AbsoluteTime now,
+                                  const std::function<std::optional<AbsoluteTime>()>& earliestDate)
+{
+    if (settings.dateRangeType == QLatin1String("Custom Range")) {
+        std::optional<AbsoluteTime> from = settings.customFrom;
+        if (!from && earliestDate)
+            from = earliestDate();
+        const AbsoluteTime to = settings.customTo.value_or(now);
+        return std::make_pair(startOfLocalDay(from.value_or(to)), startOfLocalDay(to));
+    }
+    return namedPeriodBounds(settings.dateRangeType, now);
+}
+
+Predicate TransactionQuery::searchPredicate(const QString& text, const std::function<bool(const QString&)>& amountMayContain)
+{
+    if (text.isEmpty())
+        return {};
+    const Value needle(text);
+    std::vector<Predicate> tagWords;
+    for (const QString& word : text.split(QLatin1Char(' ')))
+        tagWords.push_back(parseOrNothing(QStringLiteral("trans_keywords contains[cd] %@"), {Value(word)}));
+
+    std::vector<Predicate> anyField{parseOrNothing(QStringLiteral("trans_title contains[cd] %@"), {needle}),
+                                    parseOrNothing(QStringLiteral("trans_to contains[cd] %@"), {needle}),
+                                    parseOrNothing(QStringLiteral("trans_from contains[cd] %@"), {needle}),
+                                    Predicate::andPredicate(std::move(tagWords)),
+                                    parseOrNothing(QStringLiteral("trans_notes contains[cd] %@"), {needle})};
+    if (!amountMayContain || amountMayContain(text))
+        anyField.push_back(parseOrNothing(QStringLiteral("trans_amountStringValue contains[cd] %@"), {needle}));
+    return Predicate::orPredicate(std::move(anyField));
+}
+
+Predicate TransactionQuery::filterWithSearchString(const FilterPredicates& scope, const ListSettings& settings,
+                                                   const std::optional<std::pair<AbsoluteTime, AbsoluteTime>>& range,
+                                                   const std::function<bool(const QString&)>& amountMayContain)
+{
+    const Predicate& direction = settings.directionFilter == QLatin1String("FilterIncoming")   ? scope.incoming
+                                 : settings.directionFilter == QLatin1String("FilterOutgoing") ? scope.outgoing
+                                                                                                : scope.all;
+    const Predicate& status = settings.typeFilter == QLatin1String("FilterPaid")      ? scope.paid
+                              : settings.typeFilter == QLatin1String("FilterPending") ? scope.pending
+                                                                                       : scope.all;
+    std::vector<Predicate> parts;
+    if (!direction.isNull())
+        parts.push_back(direction);
+    if (!status.isNull())
+        parts.push_back(status);
+    if (Predicate search = searchPredicate(settings.searchText, amountMayContain); !search.isNull())
+        parts.push_back(search);
+    if (range) {
+        parts.push_back(parseOrNothing(QStringLiteral("trans_date >= %@ AND trans_date <= %@"),
+                                       {Value::date(range->first), Value::date(range->second)}));
+    }
+    if (parts.empty())
+        return {};
+    if (parts.size() == 1)
+        return parts.front();
+    return Predicate::andPredicate(std::move(parts));
+}
+
+void TransactionQuery::sortTransactions(std::vector<ManagedObject*>& transactions, const QString& sortTitle)
+{
+    const TransKeys& k = transKeys();
+    auto by = [&](auto less) { std::stable_sort(transactions.begin(), transactions.end(), less); };
+    if (sortTitle == QLatin1String("Title")) {
+        by([&](ManagedObject* a, ManagedObject* b) { return compareValues(a->value(k.title), b->value(k.title)) < 0; });
+    } else if (sortTitle == QLatin1String("Amount")) {
+        by([&](ManagedObject* a, ManagedObject* b) { return compareValues(a->value(k.amount), b->value(k.amount)) > 0; });
+    } else if (sortTitle == QLatin1String("Tags")) {
+        by([&](ManagedObject* a, ManagedObject* b) {
+            return compareValues(a->value(k.keywords), b->value(k.keywords)) < 0;
+        });
+    } else {
+        by([&](ManagedObject* a, ManagedObject* b) {
+            const int byDate = compareValues(a->value(k.date), b->value(k.date));
+            if (byDate != 0)
+                return byDate > 0;
+            return compareValues(a->value(k.title), b->value(k.title)) < 0;
+        });
+    }
+}
+
+Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transactions)
+{
+    Balances b;
+    const int amountKey = transKeys().amount;
+    b.count = transactions.size();
+    for (const ManagedObject* t : transactions) {
+        const double amount = t->value(amountKey).toDouble();
+        b.total += amount;
+        if (amount > 0)
+            b.incoming += amount;
+        else if (amount < 0)
+            b.outgoing += amount;
+    }
+    return b;
+}
+
+std::optional<AbsoluteTime> TransactionQuery::earliestTransactionDate(const ManagedObjectContext& context)
+{
+    std::optional<AbsoluteTime> earliest;
+    const int dateKey = transKeys().date;
+    for (const ManagedObject* t : context.objects(transEntity())) {
+        const Value& date = t->primitiveValue(dateKey);
+        if (!date.isNull() && (!earliest || date.toDate() < *earliest))
+            earliest = date.toDate();
+    }
+    return earliest;
+}
+
+std::vector<ManagedObject*> TransactionQuery::arrangedTransactions(const ManagedObjectContext& context,
+                                                                   const Predicate& predicate, const QString& sortTitle)
+{
+    std::vector<ManagedObject*> shown;
+    const std::vector<ManagedObject*>& all = context.objects(transEntity());
+    if (predicate.isNull()) {
+        shown = all;
+    } else {
+        for (ManagedObject* t : all) {
+            if (predicate.evaluate(*t))
+                shown.push_back(t);
+        }
+    }
+    sortTransactions(shown, sortTitle);
+    return shown;
+}
+
+} // namespace qf

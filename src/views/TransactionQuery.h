@@ -1,0 +1,93 @@
+#pragma once
+
+#include "common/Predicate.h"
+#include "common/Value.h"
+
+#include <QString>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace qf {
+
+class ManagedObject;
+class ManagedObjectContext;
+
+// The five predicates that scope a vault's transaction list, one per filter
+// button: every transaction of the vault, its incoming, outgoing, cleared and
+// pending ones.
+struct FilterPredicates {
+    Predicate all;
+    Predicate incoming;
+    Predicate outgoing;
+    Predicate paid;
+    Predicate pending;
+};
+
+// What a vault remembers of its list: filters, date range, sort.
+struct ListSettings {
+    QString directionFilter = QStringLiteral("FilterAll"); // FilterAll, FilterIncoming, FilterOutgoing
+    QString typeFilter = QStringLiteral("FilterAll");      // FilterAll, FilterPaid, FilterPending
+    QString dateRangeType = QStringLiteral("All Transactions");
+    std::optional<AbsoluteTime> customFrom;
+    std::optional<AbsoluteTime> customTo;
+    QString sort = QStringLiteral("Date");
+    QString searchText;
+
+    static ListSettings ofVault(const ManagedObject& vault);
+};
+
+// count, total, incoming and outgoing of the transactions shown.
+struct Balances {
+    std::size_t count = 0;
+    double total = 0;
+    double incoming = 0;
+    double outgoing = 0;
+};
+
+// The transaction list's logic without its window: which transactions a vault
+// shows under its filters, search text and date range, in which order, and
+// what they add up to.
+class TransactionQuery {
+public:
+    static FilterPredicates libraryPredicates();
+    static FilterPredicates accountPredicates(const QString& accountID);
+    static FilterPredicates folderPredicates(const QString& folderID);
+    static FilterPredicates untaggedPredicates();
+    static FilterPredicates billListPredicates();
+    // A smart folder's stored text; one that is missing or does not parse selects nothing.
+    static FilterPredicates smartFolderPredicates(const QString& predicateString);
+    // By the vault's kind; null predicates for kinds without a list.
+    static FilterPredicates predicatesForVault(const ManagedObject& vault);
+
+    // Bounds of a date-range menu item, both at 00:00:00 local; none for "All Transactions".
+    // A custom range fills a missing start with the earliest transaction date
+    // (from earliestDate) and a missing end with today.
+    static std::optional<std::pair<AbsoluteTime, AbsoluteTime>>
+    dateRangeBounds(const ListSettings& settings, AbsoluteTime now,
+                    const std::function<std::optional<AbsoluteTime>()>& earliestDate);
+
+    // The search part: every word must be among the tags, or the whole text
+    // in title, to, from, notes or the amount's text. amountMayContain tells
+    // whether a text can occur in a formatted amount at all; when it cannot,
+    // the amount test is left out (it could never match, and formatting a
+    // million amounts is the costliest part of a search).
+    static Predicate searchPredicate(const QString& text,
+                                     const std::function<bool(const QString&)>& amountMayContain = {});
+
+    // The list's predicate: direction AND status, AND search, AND date range.
+    static Predicate filterWithSearchString(const FilterPredicates& scope, const ListSettings& settings,
+                                            const std::optional<std::pair<AbsoluteTime, AbsoluteTime>>& range,
+                                            const std::function<bool(const QString&)>& amountMayContain = {});
+
+    static void sortTransactions(std::vector<ManagedObject*>& transactions, const QString& sortTitle);
+    static Balances balances(const std::vector<ManagedObject*>& transactions);
+    static std::optional<AbsoluteTime> earliestTransactionDate(const ManagedObjectContext& context);
+
+    // Everything together: the vault's transactions as its list shows them.
+    static std::vector<ManagedObject*> arrangedTransactions(const ManagedObjectContext& context,
+                                                            const Predicate& predicate, const QString& sortTitle);
+};
+
+} // namespace qf

@@ -1,0 +1,178 @@
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Run {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// Drives quillfen-cli in a home of its own, so no run touches real settings.
+class Cli : public ::testing::Test {
+protected:
+    QTemporaryDir home;
+
+    QString dataDir() const { return home.path() + QStringLiteral("/ledger"); }
+
+    Run run(QStringList arguments, const QString& locale = QStringLiteral("en_US"))
+    {
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), home.path());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path() + QStringLiteral("/config"));
+        env.insert(QStringLiteral("XDG_DATA_HOME"), home.path() + QStringLiteral("/data"));
+        process.setProcessEnvironment(env);
+        arguments = QStringList{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("--locale"), locale} + arguments;
+        process.start(QStringLiteral(QUILLFEN_CLI_PATH), arguments);
+        process.waitForFinished(60000);
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+
+    QString add(const QStringList& arguments)
+    {
+        const Run r = run(QStringList{QStringLiteral("add")} + arguments);
+        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
+        return r.out.trimmed();
+    }
+
+    // Lines of `list`, each reduced to title, amount, status and tags.
+    QStringList listed(const QStringList& selection)
+    {
+        const Run r = run(QStringList{QStringLiteral("list")} + selection);
+        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
+        QStringList rows;
+        for (const QString& line : r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            const QStringList f = line.split(QLatin1Char('\t'));
+            if (f.size() == 6)
+                rows << QStringList{f[2], f[3], f[4], f[5]}.join(QLatin1Char('|'));
+        }
+        return rows;
+    }
+};
+
+} // namespace
+
+TEST_F(Cli, FreshFolderGetsTheThreeFixedVaults)
+{
+    const Run info = run({QStringLiteral("info")});
+    ASSERT_EQ(info.exitCode, 0) << qPrintable(info.err);
+    EXPECT_TRUE(info.out.contains(QStringLiteral("Quillfen.1ccdb")));
+    EXPECT_TRUE(info.out.contains(QStringLiteral("VaultEntity\t3")));
+    const Run vaults = run({QStringLiteral("vaults")});
+    QStringList rows;
+    for (const QString& line : vaults.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        rows << line.section(QLatin1Char('\t'), 1);
+    EXPECT_EQ(rows, QStringList({QStringLiteral("Master Vault\tMaster Vault"), QStringLiteral("Bill Manager\tScheduler"),
+                                 QStringLiteral("Untagged\tUntagged")}));
+}
+
+TEST_F(Cli, AddListBalanceSetAndDeleteRoundTrip)
+{
+    const Run account = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Account"),
+                             QStringLiteral("--title"), QStringLiteral("Checking"), QStringLiteral("--initial"),
+                             QStringLiteral("1000"), QStringLiteral("--url"), QStringLiteral("bank.test")});
+    ASSERT_EQ(account.exitCode, 0) << qPrintable(account.err);
+    const Run folder = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Folder"),
+                            QStringLiteral("--title"), QStringLiteral("Trip")});
+    ASSERT_EQ(folder.exitCode, 0) << qPrintable(folder.err);
+
+    add({QStringLiteral("--title"), QStringLiteral("Coffee"), QStringLiteral("--amount"), QStringLiteral("3.20"),
+         QStringLiteral("--type"), QStringLiteral("Outgoing"), QStringLiteral("--account"), QStringLiteral("Checking"),
+         QStringLiteral("--tags"), QStringLiteral("food,  treats"), QStringLiteral("--date"), QStringLiteral("2026-05-04")});
+    const QString hotel = add({QStringLiteral("--title"), QStringLiteral("Hotel"), QStringLiteral("--amount"),
+                               QStringLiteral("-180"), QStringLiteral("--folder"), QStringLiteral("Trip"),
+                               QStringLiteral("--pending"), QStringLiteral("--date"), QStringLiteral("2026-05-03T21:15")});
+    add({QStringLiteral("--title"), QStringLiteral("Refund"), QStringLiteral("--amount"), QStringLiteral("-15"),
+         QStringLiteral("--type"), QStringLiteral("incoming"), QStringLiteral("--date"), QStringLiteral("2026-05-01")});
+
+    EXPECT_EQ(listed({QStringLiteral("--vault"), QStringLiteral("Checking")}),
+              QStringList({QStringLiteral("Initial Deposit (Checking)|1000|Reconciled|"),
+                           QStringLiteral("Coffee|-3.2|Reconciled|food, treats")}));
+    EXPECT_EQ(listed({QStringLiteral("--vault"), QStringLiteral("Trip")}), QStringList({QStringLiteral("Hotel|-180|Pending|")}));
+    EXPECT_EQ(listed({QStringLiteral("--status"), QStringLiteral("pending")}), QStringList({QStringLiteral("Hotel|-180|Pending|")}));
+    EXPECT_EQ(listed({QStringLiteral("--search"), QStringLiteral("TREATS"), QStringLiteral("--direction"), QStringLiteral("outgoing")}),
+              QStringList({QStringLiteral("Coffee|-3.2|Reconciled|food, treats")}));
+    EXPECT_EQ(listed({QStringLiteral("--where"), QStringLiteral("trans_amount > 0 AND trans_title BEGINSWITH 'R'")}),
+              QStringList({QStringLiteral("Refund|15|Reconciled|")}));
+    EXPECT_EQ(listed({QStringLiteral("--range"), QStringLiteral("2026-05-02..2026-05-04"), QStringLiteral("--sort"),
+                      QStringLiteral("Title")}),
+              QStringList({QStringLiteral("Coffee|-3.2|Reconciled|food, treats"), QStringLiteral("Hotel|-180|Pending|")}));
+
+    const Run balance = run({QStringLiteral("balance")});
+    EXPECT_EQ(balance.out, QStringLiteral("count\t4\ntotal\t831.8\nincoming\t1015\noutgoing\t-183.2\n"));
+
+    ASSERT_EQ(run({QStringLiteral("set"), hotel, QStringLiteral("trans_isPending"), QStringLiteral("NO")}).exitCode, 0);
+    ASSERT_EQ(run({QStringLiteral("set"), hotel, QStringLiteral("trans_notes"), QStringLiteral("Two nights")}).exitCode, 0);
+    const Run json = run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Trip"), QStringLiteral("--json")});
+    const QJsonArray records = QJsonDocument::fromJson(json.out.toUtf8()).array();
+    ASSERT_EQ(records.size(), 1);
+    const QJsonObject h = records.first().toObject();
+    EXPECT_EQ(h.value(QStringLiteral("trans_isPending")), QJsonValue(false));
+    EXPECT_EQ(h.value(QStringLiteral("trans_notes")).toString(), QStringLiteral("Two nights"));
+    EXPECT_EQ(h.value(QStringLiteral("trans_direction")).toString(), QStringLiteral("Outgoing"));
+    EXPECT_EQ(h.value(QStringLiteral("trans_amount")).toDouble(), -180.0);
+    EXPECT_EQ(h.value(QStringLiteral("trans_date")).toString(), QStringLiteral("2026-05-03T21:15:00"));
+    EXPECT_TRUE(h.value(QStringLiteral("trans_budgetID")).isNull());
+    EXPECT_EQ(h.value(QStringLiteral("trans_amountStringValue")).toString(), QStringLiteral("-$180.00"));
+
+    ASSERT_EQ(run({QStringLiteral("delete"), hotel}).exitCode, 0);
+    EXPECT_TRUE(listed({QStringLiteral("--vault"), QStringLiteral("Trip")}).isEmpty());
+}
+
+TEST_F(Cli, RepeatSchedulesOneUpcomingCopy)
+{
+    const QString rent = add({QStringLiteral("--title"), QStringLiteral("Rent"), QStringLiteral("--amount"),
+                              QStringLiteral("-900"), QStringLiteral("--date"), QStringLiteral("2026-01-31"),
+                              QStringLiteral("--repeat"), QStringLiteral("Monthly")});
+    const Run json = run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Scheduler"), QStringLiteral("--json")});
+    const QJsonArray bills = QJsonDocument::fromJson(json.out.toUtf8()).array();
+    ASSERT_EQ(bills.size(), 1) << qPrintable(json.out + json.err);
+    const QJsonObject bill = bills.first().toObject();
+    EXPECT_EQ(bill.value(QStringLiteral("trans_paidREFID")).toString(), rent);
+    EXPECT_EQ(bill.value(QStringLiteral("trans_date")).toString(), QStringLiteral("2026-02-28T00:00:00"));
+    EXPECT_EQ(bill.value(QStringLiteral("trans_isUpcoming")), QJsonValue(true));
+}
+
+TEST_F(Cli, BadInputFailsClearlyAndWritesNothing)
+{
+    ASSERT_EQ(run({QStringLiteral("info")}).exitCode, 0);
+    const Run malformed = run({QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("trans_title == ")});
+    EXPECT_EQ(malformed.exitCode, 2);
+    EXPECT_TRUE(malformed.err.contains(QStringLiteral("position"))) << qPrintable(malformed.err);
+    const Run unknownKey = run({QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("trans_colour == 'red'")});
+    EXPECT_EQ(unknownKey.exitCode, 2);
+    EXPECT_TRUE(unknownKey.err.contains(QStringLiteral("trans_colour"))) << qPrintable(unknownKey.err);
+
+    EXPECT_EQ(run({QStringLiteral("add"), QStringLiteral("--title"), QStringLiteral("X"), QStringLiteral("--amount"),
+                   QStringLiteral("twelve")}).exitCode, 1);
+    EXPECT_EQ(run({QStringLiteral("add"), QStringLiteral("--title"), QStringLiteral("X"), QStringLiteral("--amount"),
+                   QStringLiteral("5"), QStringLiteral("--date"), QStringLiteral("2026-13-45")}).exitCode, 1);
+    EXPECT_EQ(run({QStringLiteral("add"), QStringLiteral("--title"), QStringLiteral("X"), QStringLiteral("--amount"),
+                   QStringLiteral("5"), QStringLiteral("--account"), QStringLiteral("Nowhere")}).exitCode, 1);
+    EXPECT_EQ(run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Nowhere")}).exitCode, 1);
+    EXPECT_EQ(run({QStringLiteral("frobnicate")}).exitCode, 2);
+    EXPECT_EQ(run({QStringLiteral("list"), QStringLiteral("--colour"), QStringLiteral("red")}).exitCode, 2);
+    EXPECT_TRUE(listed({}).isEmpty());
+
+    const Run canonical = run({QStringLiteral("predicate"), QStringLiteral("trans_accountID == %@ || trans_isPending == YES"),
+                               QStringLiteral("--arg"), QStringLiteral("ABC")});
+    EXPECT_EQ(canonical.exitCode, 0);
+    EXPECT_TRUE(canonical.out.contains(QStringLiteral("\"ABC\""))) << qPrintable(canonical.out);
+}
+
+TEST_F(Cli, ExampleStoreIsListedButNeverChanged)
+{
+    const Run before = run({QStringLiteral("--example"), QStringLiteral("balance")});
+    ASSERT_EQ(before.exitCode, 0) << qPrintable(before.err);
+    EXPECT_FALSE(before.out.startsWith(QStringLiteral("count\t0\n")));
+    ASSERT_EQ(run({QStringLiteral("--example"), QStringLiteral("add"), QStringLiteral("--title"), QStringLiteral("Gone"),
+                   QStringLiteral("--amount"), QStringLiteral("-1")}).exitCode, 0);
+    EXPECT_EQ(run({QStringLiteral("--example"), QStringLiteral("balance")}).out, before.out);
+}

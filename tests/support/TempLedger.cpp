@@ -1,0 +1,50 @@
+#include "support/TempLedger.h"
+
+#include "app/UserDefaults.h"
+#include "editing/TransactionRecords.h"
+#include "store/ManagedObjectContext.h"
+
+namespace qf::test {
+
+TempLedger::TempLedger(const QString& locale) : m_locale(locale)
+{
+    reopen();
+}
+
+TempLedger::~TempLedger()
+{
+    m_delegate.reset();
+    UserDefaults::standard().clearVolatileValues();
+}
+
+void TempLedger::reopen()
+{
+    m_delegate.reset();
+    UserDefaults& defaults = UserDefaults::standard();
+    defaults.registerDefaults();
+    defaults.clearVolatileValues();
+    defaults.setVolatileValue(DefaultsKey::LocaleIdentifier, m_locale);
+    defaults.setVolatileValue(DefaultsKey::UseExampleStore, false);
+    m_delegate = std::make_unique<Quillfen_AppDelegate>();
+    m_delegate->setDataFolderOverride(folder());
+}
+
+ManagedObjectContext& TempLedger::launch()
+{
+    ManagedObjectContext& c = context();
+    m_delegate->applicationDidFinishLaunching();
+    return c;
+}
+
+ManagedObject* TempLedger::addTransaction(const QString& title, double amount, const QString& keywords,
+                                          AbsoluteTime date)
+{
+    TransactionDraft draft;
+    draft.title = title;
+    draft.amount = amount;
+    draft.date = date;
+    draft.tags = keywords.split(QStringLiteral(", "));
+    return TransactionRecords::insert(context(), *m_delegate, draft);
+}
+
+} // namespace qf::test

@@ -1,0 +1,158 @@
+#include "common/AmountFormatter.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+#include "support/TempLedger.h"
+#include "views/TransactionQuery.h"
+
+#include <QDateTime>
+#include <gtest/gtest.h>
+
+using namespace qf;
+using qf::test::TempLedger;
+
+namespace {
+
+AbsoluteTime local(int year, int month, int day, int hour = 0)
+{
+    const QDateTime t(QDate(year, month, day), QTime(hour, 0), Qt::LocalTime);
+    return static_cast<double>(t.toSecsSinceEpoch() - 978307200);
+}
+
+class TransactionQueryTest : public ::testing::Test {
+protected:
+    TempLedger ledger;
+    ManagedObjectContext& context = ledger.launch();
+
+    // Titles of what a predicate shows, in list order for a sort.
+    QString shown(const Predicate& predicate, const QString& sort = QStringLiteral("Title"))
+    {
+        QStringList titles;
+        for (ManagedObject* t : TransactionQuery::arrangedTransactions(context, predicate, sort))
+            titles << t->valueForKey(u"trans_title").toString();
+        return titles.join(QStringLiteral(", "));
+    }
+
+    QString search(const QString& text, const FilterPredicates& scope = TransactionQuery::libraryPredicates())
+    {
+        ListSettings settings;
+        settings.searchText = text;
+        const AmountFormatter& amounts = ledger.delegate().amountFormatter();
+        return shown(TransactionQuery::filterWithSearchString(
+            scope, settings, std::nullopt, [&amounts](const QString& t) { return amounts.mayContain(t); }));
+    }
+};
+
+} // namespace
+
+TEST_F(TransactionQueryTest, SearchNeedsEveryWordInTagsOrTheWholeTextInOneField)
+{
+    ledger.addTransaction(QStringLiteral("Tags both"), -10, QStringLiteral("home, rent"));
+    ledger.addTransaction(QStringLiteral("Tags one"), -10, QStringLiteral("rent"));
+    ledger.addTransaction(QStringLiteral("Paid rent home deposit"), -10);
+    ledger.addTransaction(QStringLiteral("rent for my home"), -10);
+    ManagedObject* noted = ledger.addTransaction(QStringLiteral("Noted"), -10);
+    noted->setValueForKey(u"trans_notes", Value("about RENT HOME things"));
+
+    EXPECT_EQ(search(QStringLiteral("rent home")), QStringLiteral("Noted, Paid rent home deposit, Tags both"));
+    EXPECT_EQ(search(QStringLiteral("Rént")), QStringLiteral("Noted, Paid rent home deposit, Tags both, Tags one, rent for my home"));
+    EXPECT_EQ(search(QStringLiteral("nothing like it")), QString());
+}
+
+TEST_F(TransactionQueryTest, SearchFindsFormattedAmounts)
+{
+    ledger.addTransaction(QStringLiteral("Lunch"), -12.5);
+    ledger.addTransaction(QStringLiteral("Salary"), 2500);
+    EXPECT_EQ(search(QStringLiteral("12.50")), QStringLiteral("Lunch"));
+    EXPECT_EQ(search(QStringLiteral("$2,500")), QStringLiteral("Salary"));
+}
+
+TEST_F(TransactionQueryTest, NamedRangesEndAtTheStartOfTheirLastDay)
+{
+    ledger.addTransaction(QStringLiteral("First day"), -1, {}, local(2026, 3, 1));
+    ledger.addTransaction(QStringLiteral("Last day midnight"), -1, {}, local(2026, 3, 31));
+    ledger.addTransaction(QStringLiteral("Last day ten"), -1, {}, local(2026, 3, 31, 10));
+    ledger.addTransaction(QStringLiteral("February end"), -1, {}, local(2026, 2, 28));
+    ledger.addTransaction(QStringLiteral("Last year"), -1, {}, local(2025, 12, 31));
+
+    ListSettings settings;
+    const AbsoluteTime now = local(2026, 3, 31, 15);
+    auto range = [&](const QString& name) {
+        settings.dateRangeType = name;
+        const auto bounds = TransactionQuery::dateRangeBounds(settings, now, {});
+        return shown(TransactionQuery::filterWithSearchString(TransactionQuery::libraryPredicates(), settings, bounds));
+    };
+    EXPECT_EQ(range(QStringLiteral("This Month")), QStringLiteral("First day, Last day midnight"));
+    EXPECT_EQ(range(QStringLiteral("Last Month")), QStringLiteral("February end"));
+    EXPECT_EQ(range(QStringLiteral("Last Year")), QStringLiteral("Last year"));
+    EXPECT_EQ(range(QStringLiteral("All Transactions")),
+              QStringLiteral("February end, First day, Last day midnight, Last day ten, Last year"));
+
+    // An empty custom range runs from the earliest transaction to today.
+    settings.dateRangeType = QStringLiteral("Custom Range");
+    const auto custom = TransactionQuery::dateRangeBounds(settings, now, [this] {
+        return TransactionQuery::earliestTransactionDate(context);
+    });
+    ASSERT_TRUE(custom);
+    EXPECT_EQ(custom->first, local(2025, 12, 31));
+    EXPECT_EQ(custom->second, local(2026, 3, 31));
+}
+
+TEST_F(TransactionQueryTest, VaultScopesSelectTheirTransactions)
+{
+    Quillfen_AppDelegate& d = ledger.delegate();
+    ManagedObject* account = VaultLibrary::insertVault(context, d, VaultType::Account, QStringLiteral("Checking"));
+    ManagedObject* folder = VaultLibrary::insertVault(context, d, VaultType::Playlist, QStringLiteral("Trip"));
+    const QString accountID = account->valueForKey(u"vault_uniqueID").toString();
+    const QString folderID = folder->valueForKey(u"vault_uniqueID").toString();
+
+    ledger.addTransaction(QStringLiteral("In account"), -5, QStringLiteral("food"))->setValueForKey(u"trans_accountID", Value(accountID));
+    ManagedObject* transfer = ledger.addTransaction(QStringLiteral("Transfer bill"), -25, QStringLiteral("x"));
+    transfer->setValueForKey(u"trans_billToAccountID", Value(accountID));
+    transfer->setValueForKey(u"trans_isUpcoming", Value::boolean(true));
+    ledger.addTransaction(QStringLiteral("In folder"), 7, QString())->setValueForKey(u"trans_listIDs", Value("," + folderID));
+    ledger.addTransaction(QStringLiteral("Empty tags"), 3, QString());
+    ledger.addTransaction(QStringLiteral("Comma tags"), 3, QString())->setValueForKey(u"trans_keywords", Value(", "));
+    ledger.addTransaction(QStringLiteral("Nil tags"), 3, QString())->setValueForKey(u"trans_keywords", Value());
+
+    EXPECT_EQ(shown(TransactionQuery::predicatesForVault(*account).all), QStringLiteral("In account, Transfer bill"));
+    EXPECT_EQ(shown(TransactionQuery::predicatesForVault(*account).incoming), QString());
+    EXPECT_EQ(shown(TransactionQuery::predicatesForVault(*folder).all), QStringLiteral("In folder"));
+    EXPECT_EQ(shown(TransactionQuery::untaggedPredicates().all), QStringLiteral("Empty tags, In folder, Nil tags"));
+    EXPECT_EQ(shown(TransactionQuery::billListPredicates().all), QStringLiteral("Transfer bill"));
+    EXPECT_EQ(shown(TransactionQuery::folderPredicates(QString()).all), QString());
+}
+
+TEST_F(TransactionQueryTest, SmartFolderRulesCombineWithTheQuickFilters)
+{
+    ledger.addTransaction(QStringLiteral("Coffee beans"), -9);
+    ledger.addTransaction(QStringLiteral("COFFEE refund"), 9);
+    ledger.addTransaction(QStringLiteral("Rent"), -900);
+    const FilterPredicates all =
+        TransactionQuery::smartFolderPredicates(QStringLiteral("\"coffee\" IN[cd] trans_title AND trans_amount < 0"));
+    EXPECT_EQ(shown(all.all), QStringLiteral("Coffee beans"));
+    const FilterPredicates any =
+        TransactionQuery::smartFolderPredicates(QStringLiteral("\"coffee\" IN[cd] trans_title OR trans_amount < 0"));
+    EXPECT_EQ(shown(any.all), QStringLiteral("COFFEE refund, Coffee beans, Rent"));
+    EXPECT_EQ(shown(any.incoming), QStringLiteral("COFFEE refund"));
+    EXPECT_EQ(shown(TransactionQuery::smartFolderPredicates(QStringLiteral("trans_title ==")).all), QString());
+}
+
+TEST_F(TransactionQueryTest, SortsAndBalances)
+{
+    ledger.addTransaction(QStringLiteral("b"), -30, QStringLiteral("z"), local(2026, 1, 2));
+    ledger.addTransaction(QStringLiteral("a"), 100, QStringLiteral("y"), local(2026, 1, 2));
+    ledger.addTransaction(QStringLiteral("c"), -0.1, QStringLiteral("x"), local(2026, 1, 3));
+    ledger.addTransaction(QStringLiteral("zero"), 0, QString(), local(2025, 1, 3));
+    const Predicate all = TransactionQuery::libraryPredicates().all;
+    EXPECT_EQ(shown(all, QStringLiteral("Date")), QStringLiteral("c, a, b, zero"));
+    EXPECT_EQ(shown(all, QStringLiteral("Amount")), QStringLiteral("a, zero, c, b"));
+    EXPECT_EQ(shown(all, QStringLiteral("Tags")), QStringLiteral("zero, c, a, b"));
+
+    const Balances b = TransactionQuery::balances(TransactionQuery::arrangedTransactions(context, all, QStringLiteral("Date")));
+    EXPECT_EQ(b.count, 4u);
+    EXPECT_NEAR(b.total, 69.9, 1e-5);
+    EXPECT_NEAR(b.incoming, 100, 1e-9);
+    EXPECT_NEAR(b.outgoing, -30.1, 1e-5);
+    // Zero is neither incoming nor outgoing.
+    EXPECT_EQ(shown(TransactionQuery::libraryPredicates().incoming), QStringLiteral("a"));
+}
