@@ -51,7 +51,8 @@ public:
     bool setValueForKey(QStringView key, const Value& value);
 
     // The values as of the last save (or load); the current ones for a record
-    // never changed. An empty list means every attribute.
+    // never changed. An empty list means every attribute. A record inserted
+    // since the last save has no committed values: null, and an empty dictionary.
     Value committedValue(int attributeIndex) const;
     ValueDictionary committedValuesForKeys(const QStringList& keys = {}) const;
 
@@ -64,16 +65,33 @@ public:
     const KeySchema* keySchema() const override { return &m_entity; }
     Value valueForKeyIndex(int index) const override { return value(index); }
 
+    // Keys whose values follow from the given stored key, so that whoever
+    // shows them refreshes them when it changes. Empty for most keys.
+    virtual QStringList keysDerivedFrom(QStringView key) const;
+
 protected:
     // Derived keys: index counts from 0 within the entity's derived keys.
     virtual Value derivedValue(int derivedIndex) const;
-    // Called after a tracked write of a stored attribute (also by undo), so
-    // that record classes can drop caches of the keys depending on it.
+    // Reading of a stored attribute through value(); record classes override
+    // it where a stored key reads differently from what is stored.
+    virtual Value attributeValue(int attributeIndex) const;
+    // Called after a tracked write of a stored attribute (also by undo and
+    // rollback), so that record classes can drop caches of the keys depending on it.
     virtual void didChangeValue(int attributeIndex);
+    // Called once the record's stored values are in place after a load, and
+    // right after a new record is inserted.
+    virtual void awakeFromLoad();
+    virtual void awakeFromInsert();
+    // A tracked write that follows from another tracked write (a stored copy
+    // of a derived value): no undo step of its own, since undoing the write it
+    // follows from writes it again.
+    void setDependentValue(int attributeIndex, const Value& value);
 
 private:
     friend class ManagedObjectContext;
     struct State;
+    State& state();
+    void writeValue(int attributeIndex, Value value, bool registerUndo);
 
     const EntityDescription& m_entity;
     ManagedObjectContext& m_context;

@@ -45,11 +45,13 @@ public:
 
     ManagedObject* insertNewObject(const EntityDescription& entity);
     ManagedObject* insertNewObject(QStringView entityName); // null for an unknown entity
+    // Undoable. Relationships pointing at the record are cut as part of the same step.
     void deleteObject(ManagedObject* object);
 
     // Live records of an entity (not deleted), in store order then insertion order.
     const std::vector<ManagedObject*>& objects(const EntityDescription& entity) const;
     std::size_t count(const EntityDescription& entity) const { return objects(entity).size(); }
+    // Null when the text is no URI of this context's store or the record is deleted.
     ManagedObject* objectWithURI(QStringView uri) const;
 
     std::vector<ManagedObject*> insertedObjects() const;
@@ -76,9 +78,16 @@ Q_SIGNALS:
 private:
     friend class ManagedObject;
     struct Private;
+    // Every tracked change of a record passes here first, before the record
+    // changes: it starts the record's bookkeeping and queues the announcement.
+    void objectWillChange(ManagedObject* object);
+    void undeleteObject(ManagedObject* object);
+    QString storeUUID() const;
     std::unique_ptr<PersistentStore> m_store;
     std::unique_ptr<UndoManager> m_undoManager;
     std::unique_ptr<Private> d;
 };
 
 } // namespace qf
+
+Q_DECLARE_METATYPE(qf::ObjectChanges)

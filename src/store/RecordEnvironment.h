@@ -3,6 +3,7 @@
 #include "common/Value.h"
 
 #include <QString>
+#include <cstdint>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -25,6 +26,11 @@ public:
     // vault_uniqueID of the vault selected in the source list; null when none.
     virtual QString selectedVaultID() const = 0;
     virtual QString createUniqueID() const = 0;
+    // The data folder of the open store; photos and attachments lie under it.
+    virtual QString applicationSupportFolder() const = 0;
+    // Changes whenever the formatters do (another locale): records then drop
+    // the texts they formatted and cached.
+    virtual std::uint64_t formatGeneration() const { return 0; }
     // Localised form of a stored word ("Incoming", "Transfer", ...).
     virtual QString localized(const QString& word) const { return word; }
     // Bounds of a named period ("This Month", ...), both at 00:00:00; none for other names.

@@ -1,0 +1,473 @@
+#include "store/ManagedObjectContext.h"
+
+#include "store/ManagedObjectInternal.h"
+
+#include <QMetaObject>
+#include <QUuid>
+#include <algorithm>
+#include <unordered_map>
+
+namespace qf {
+
+namespace {
+
+const QLatin1String kURIScheme("x-quillfen://");
+
+// The records of one entity. Every record ever made stays in members (undo
+// may bring a deleted one back); live is the view objects() hands out,
+// rebuilt in one pass after deletions instead of erasing one by one.
+struct EntityTable {
+    explicit EntityTable(const EntityDescription& description) : entity(&description) {}
+
+    const EntityDescription* entity;
+    std::vector<std::unique_ptr<ManagedObject>> members;
+    std::vector<ManagedObject*> live;
+    bool liveStale = false;
+    bool keysAscending = true; // members sorted by primary key: lookups by binary search
+    std::unordered_map<std::int64_t, ManagedObject*> byKey; // only when they are not
+    bool byKeyBuilt = false;
+
+    void add(std::unique_ptr<ManagedObject> object)
+    {
+        if (!members.empty() && members.back()->primaryKey() >= object->primaryKey())
+            keysAscending = false;
+        if (byKeyBuilt)
+            byKey.emplace(object->primaryKey(), object.get());
+        members.push_back(std::move(object));
+    }
+
+    ManagedObject* find(std::int64_t primaryKey)
+    {
+        if (keysAscending) {
+            const auto it = std::lower_bound(members.begin(), members.end(), primaryKey,
+                                             [](const auto& object, std::int64_t key) { return object->primaryKey() < key; });
+            return it != members.end() && (*it)->primaryKey() == primaryKey ? it->get() : nullptr;
+        }
+        if (!byKeyBuilt) {
+            byKey.reserve(members.size());
+            for (const auto& object : members)
+                byKey.emplace(object->primaryKey(), object.get());
+            byKeyBuilt = true;
+        }
+        const auto it = byKey.find(primaryKey);
+        return it != byKey.end() ? it->second : nullptr;
+    }
+};
+
+RawRecord rawRecordOf(const ManagedObject& object)
+{
+    const EntityDescription& entity = object.entity();
+    RawRecord raw;
+    raw.entity = &entity;
+    raw.primaryKey = object.primaryKey();
+    raw.attributes.reserve(entity.attributeCount());
+    for (int i = 0; i < entity.attributeCount(); ++i)
+        raw.attributes.push_back(object.primitiveValue(i));
+    raw.relationships.resize(entity.relationships().size());
+    for (std::size_t r = 0; r < entity.relationships().size(); ++r) {
+        for (const ManagedObject* related : object.relatedObjects(static_cast<int>(r))) {
+            if (!related->isDeleted())
+                raw.relationships[r].push_back(related->primaryKey());
+        }
+    }
+    return raw;
+}
+
+} // namespace
+
+struct ManagedObjectContext::Private {
+    ObjectFactory factory;
+    std::vector<std::unique_ptr<EntityTable>> tables;
+    std::vector<ManagedObject*> changed; // unsaved changes, in order of first change
+    std::vector<ManagedObject*> pending; // to announce, in order of first change
+    bool announcementScheduled = false;
+    std::int64_t nextObjectID = 1;
+    QString ownUUID;
+
+    EntityTable* table(const EntityDescription& entity) const
+    {
+        for (const auto& t : tables) {
+            if (t->entity == &entity)
+                return t.get();
+        }
+        return nullptr;
+    }
+
+    EntityTable* table(QStringView entityName) const
+    {
+        for (const auto& t : tables) {
+            if (t->entity->name() == entityName)
+                return t.get();
+        }
+        return nullptr;
+    }
+
+    EntityTable& tableFor(const EntityDescription& entity)
+    {
+        if (EntityTable* t = table(entity))
+            return *t;
+        tables.push_back(std::make_unique<EntityTable>(entity));
+        return *tables.back();
+    }
+
+    void clear()
+    {
+        tables.clear();
+        changed.clear();
+        pending.clear();
+        nextObjectID = 1;
+    }
+};
+
+ManagedObjectContext::ManagedObjectContext(std::unique_ptr<PersistentStore> store, QObject* parent)
+    : QObject(parent), m_store(std::move(store)), m_undoManager(std::make_unique<UndoManager>()),
+      d(std::make_unique<Private>())
+{
+    qRegisterMetaType<qf::ObjectChanges>();
+    d->ownUUID = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+}
+
+ManagedObjectContext::~ManagedObjectContext() = default;
+
+void ManagedObjectContext::setObjectFactory(ObjectFactory factory) { d->factory = std::move(factory); }
+
+QString ManagedObjectContext::storeUUID() const
+{
+    if (m_store && !m_store->metadata().uuid.isEmpty())
+        return m_store->metadata().uuid;
+    return d->ownUUID;
+}
+
+Status ManagedObjectContext::load()
+{
+    d->clear();
+    m_undoManager->removeAllActions();
+    if (!m_store)
+        return Status::ok();
+
+    struct PendingLinks {
+        ManagedObject* object;
+        std::vector<std::vector<std::int64_t>> keys;
+    };
+    std::vector<PendingLinks> links;
+    std::int64_t maxKey = 0;
+    EntityTable* last = nullptr;
+    const Status status = m_store->load([&](RawRecord&& raw) {
+        if (!raw.entity)
+            return;
+        EntityTable& t = last && last->entity == raw.entity ? *last : d->tableFor(*raw.entity);
+        last = &t;
+        std::unique_ptr<ManagedObject> object = d->factory ? d->factory(*raw.entity, *this, raw.primaryKey) : nullptr;
+        if (!object)
+            object = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
+        const int count = std::min<int>(raw.entity->attributeCount(), static_cast<int>(raw.attributes.size()));
+        for (int i = 0; i < count; ++i)
+            object->m_values[i] = std::move(raw.attributes[i]);
+        maxKey = std::max(maxKey, raw.primaryKey);
+        const bool linked = std::any_of(raw.relationships.begin(), raw.relationships.end(),
+                                        [](const auto& keys) { return !keys.empty(); });
+        if (linked)
+            links.push_back({object.get(), std::move(raw.relationships)});
+        t.add(std::move(object));
+    });
+    if (!status) {
+        d->clear();
+        return Status::failure(QStringLiteral("Could not load the ledger: %1").arg(status.message()));
+    }
+
+    // Relationships point at records anywhere in the file, so they are
+    // resolved once everything is in memory. Keys of missing records are dropped.
+    for (PendingLinks& link : links) {
+        const auto& relationships = link.object->entity().relationships();
+        ManagedObject::State& state = link.object->state();
+        state.relationships.resize(relationships.size());
+        for (std::size_t r = 0; r < relationships.size() && r < link.keys.size(); ++r) {
+            EntityTable* destination = d->table(relationships[r].destinationEntity);
+            for (std::int64_t key : link.keys[r]) {
+                if (ManagedObject* related = destination ? destination->find(key) : nullptr)
+                    state.relationships[r].push_back(related);
+            }
+        }
+    }
+    for (const auto& t : d->tables) {
+        t->live.reserve(t->members.size());
+        for (const auto& object : t->members)
+            t->live.push_back(object.get());
+    }
+    d->nextObjectID = std::max(m_store->metadata().nextObjectID, maxKey + 1);
+    for (const auto& t : d->tables) {
+        for (const auto& object : t->members)
+            object->awakeFromLoad();
+    }
+    return Status::ok();
+}
+
+ManagedObject* ManagedObjectContext::insertNewObject(const EntityDescription& entity)
+{
+    EntityTable& t = d->tableFor(entity);
+    const std::int64_t key = d->nextObjectID++;
+    std::unique_ptr<ManagedObject> made = d->factory ? d->factory(entity, *this, key) : nullptr;
+    if (!made)
+        made = std::make_unique<ManagedObject>(entity, *this, key);
+    ManagedObject* object = made.get();
+    ManagedObject::State& state = object->state();
+    state.inStore = false;
+    state.present = false;
+    t.add(std::move(made));
+
+    objectWillChange(object);
+    state.present = true;
+    if (!t.liveStale)
+        t.live.push_back(object);
+    m_undoManager->registerUndo([this, object] { deleteObject(object); });
+    object->awakeFromInsert();
+    return object;
+}
+
+ManagedObject* ManagedObjectContext::insertNewObject(QStringView entityName)
+{
+    const EntityDescription* entity = ManagedObjectModel::shared().entity(entityName);
+    return entity ? insertNewObject(*entity) : nullptr;
+}
+
+void ManagedObjectContext::deleteObject(ManagedObject* object)
+{
+    if (!object || &object->managedObjectContext() != this || object->isDeleted())
+        return;
+    // Nothing may keep pointing at a deleted record: relationships to it are
+    // cut, as undoable steps of the same group.
+    const QString& entityName = object->entity().name();
+    for (const auto& t : d->tables) {
+        const auto& relationships = t->entity->relationships();
+        for (std::size_t r = 0; r < relationships.size(); ++r) {
+            if (relationships[r].destinationEntity != entityName)
+                continue;
+            for (ManagedObject* holder : objects(*t->entity)) {
+                if (holder->m_state)
+                    holder->removeRelatedObject(static_cast<int>(r), object);
+            }
+        }
+    }
+    objectWillChange(object);
+    object->m_state->present = false;
+    d->table(object->entity())->liveStale = true;
+    m_undoManager->registerUndo([this, object] { undeleteObject(object); });
+}
+
+void ManagedObjectContext::undeleteObject(ManagedObject* object)
+{
+    if (!object->isDeleted())
+        return;
+    objectWillChange(object);
+    object->m_state->present = true;
+    d->table(object->entity())->liveStale = true;
+    m_undoManager->registerUndo([this, object] { deleteObject(object); });
+}
+
+const std::vector<ManagedObject*>& ManagedObjectContext::objects(const EntityDescription& entity) const
+{
+    static const std::vector<ManagedObject*> none;
+    EntityTable* t = d->table(entity);
+    if (!t)
+        return none;
+    if (t->liveStale) {
+        t->live.clear();
+        for (const auto& object : t->members) {
+            if (!object->isDeleted())
+                t->live.push_back(object.get());
+        }
+        t->liveStale = false;
+    }
+    return t->live;
+}
+
+ManagedObject* ManagedObjectContext::objectWithURI(QStringView uri) const
+{
+    if (!uri.startsWith(kURIScheme))
+        return nullptr;
+    const QStringView rest = uri.mid(kURIScheme.size());
+    const qsizetype firstSlash = rest.indexOf(u'/');
+    const qsizetype lastSlash = rest.lastIndexOf(u'/');
+    if (firstSlash <= 0 || lastSlash <= firstSlash)
+        return nullptr;
+    if (rest.left(firstSlash).compare(storeUUID(), Qt::CaseInsensitive) != 0)
+        return nullptr;
+    const QStringView entityName = rest.mid(firstSlash + 1, lastSlash - firstSlash - 1);
+    const QStringView keyText = rest.mid(lastSlash + 1);
+    if (!keyText.startsWith(u'p'))
+        return nullptr;
+    bool ok = false;
+    const std::int64_t key = keyText.mid(1).toLongLong(&ok);
+    EntityTable* t = ok ? d->table(entityName) : nullptr;
+    ManagedObject* object = t ? t->find(key) : nullptr;
+    return object && !object->isDeleted() ? object : nullptr;
+}
+
+std::vector<ManagedObject*> ManagedObjectContext::insertedObjects() const
+{
+    std::vector<ManagedObject*> result;
+    for (ManagedObject* object : d->changed) {
+        if (object->isInserted())
+            result.push_back(object);
+    }
+    return result;
+}
+
+std::vector<ManagedObject*> ManagedObjectContext::updatedObjects() const
+{
+    std::vector<ManagedObject*> result;
+    for (ManagedObject* object : d->changed) {
+        if (object->isUpdated())
+            result.push_back(object);
+    }
+    return result;
+}
+
+std::vector<ManagedObject*> ManagedObjectContext::deletedObjects() const
+{
+    std::vector<ManagedObject*> result;
+    for (ManagedObject* object : d->changed) {
+        if (object->m_state->inStore && !object->m_state->present)
+            result.push_back(object);
+    }
+    return result;
+}
+
+bool ManagedObjectContext::hasChanges() const
+{
+    return std::any_of(d->changed.begin(), d->changed.end(), [](const ManagedObject* object) {
+        const ManagedObject::State& s = *object->m_state;
+        return s.present != s.inStore || (s.present && s.updated);
+    });
+}
+
+void ManagedObjectContext::objectWillChange(ManagedObject* object)
+{
+    ManagedObject::State& state = object->state();
+    if (!state.queued) {
+        state.queued = true;
+        state.wasPresent = state.present;
+        d->pending.push_back(object);
+        if (!d->announcementScheduled) {
+            d->announcementScheduled = true;
+            QMetaObject::invokeMethod(
+                this,
+                [this] {
+                    d->announcementScheduled = false;
+                    processPendingChanges();
+                },
+                Qt::QueuedConnection);
+        }
+    }
+    if (!state.tracked) {
+        state.tracked = true;
+        d->changed.push_back(object);
+    }
+}
+
+void ManagedObjectContext::processPendingChanges()
+{
+    m_undoManager->closeOpenGroup();
+    if (d->pending.empty())
+        return;
+    ObjectChanges changes;
+    const std::vector<ManagedObject*> pending = std::exchange(d->pending, {});
+    for (ManagedObject* object : pending) {
+        ManagedObject::State& state = *object->m_state;
+        state.queued = false;
+        if (!state.wasPresent && state.present)
+            changes.inserted.push_back(object);
+        else if (state.wasPresent && !state.present)
+            changes.deleted.push_back(object);
+        else if (state.present)
+            changes.updated.push_back(object);
+        if (state.isPlain())
+            object->m_state.reset();
+    }
+    if (!changes.isEmpty())
+        Q_EMIT objectsDidChange(changes);
+}
+
+Status ManagedObjectContext::save()
+{
+    if (!m_store)
+        return Status::failure(QStringLiteral("The ledger is held in memory only and has no store file to save to."));
+    processPendingChanges();
+
+    ChangeSet changes;
+    for (const ManagedObject* object : d->changed) {
+        const ManagedObject::State& s = *object->m_state;
+        if (s.present && !s.inStore) {
+            changes.inserted.push_back(rawRecordOf(*object));
+        } else if (!s.present && s.inStore) {
+            RawRecord raw;
+            raw.entity = &object->entity();
+            raw.primaryKey = object->primaryKey();
+            changes.deleted.push_back(std::move(raw));
+        } else if (s.present && s.updated) {
+            // A value written and written back is no change worth a row.
+            bool differs = s.committedRelationships && *s.committedRelationships != s.relationships;
+            for (const auto& [index, committed] : s.committed)
+                differs = differs || committed != object->m_values[index];
+            if (differs)
+                changes.updated.push_back(rawRecordOf(*object));
+        }
+    }
+    if (!changes.isEmpty()) {
+        const Status status = m_store->save(changes, d->nextObjectID);
+        if (!status)
+            return Status::failure(QStringLiteral("Could not save the ledger: %1").arg(status.message()));
+    }
+
+    for (ManagedObject* object : d->changed) {
+        ManagedObject::State& s = *object->m_state;
+        s.inStore = s.present;
+        s.updated = false;
+        s.tracked = false;
+        s.committed.clear();
+        s.committedRelationships.reset();
+        if (s.isPlain())
+            object->m_state.reset();
+    }
+    d->changed.clear();
+    return Status::ok();
+}
+
+void ManagedObjectContext::rollback()
+{
+    m_undoManager->disableUndoRegistration();
+    const std::vector<ManagedObject*> changed = std::exchange(d->changed, {});
+    for (ManagedObject* object : changed) {
+        ManagedObject::State& s = *object->m_state;
+        objectWillChange(object);
+        if (s.present != s.inStore) {
+            s.present = s.inStore;
+            d->table(object->entity())->liveStale = true;
+        }
+        if (!s.inStore)
+            continue;
+        const auto committed = std::exchange(s.committed, {});
+        for (const auto& [index, value] : committed)
+            object->m_values[index] = value;
+        if (s.committedRelationships)
+            s.relationships = *std::exchange(s.committedRelationships, nullptr);
+        for (const auto& [index, value] : committed)
+            object->didChangeValue(index);
+    }
+    // Restoring may have touched records again (stored copies of derived
+    // values): they are as committed now, so none of it is a change.
+    std::vector<ManagedObject*> touched = changed;
+    touched.insert(touched.end(), d->changed.begin(), d->changed.end());
+    for (ManagedObject* object : touched) {
+        ManagedObject::State& s = *object->m_state;
+        s.updated = false;
+        s.tracked = false;
+        s.committed.clear();
+        s.committedRelationships.reset();
+    }
+    d->changed.clear();
+    m_undoManager->enableUndoRegistration();
+    m_undoManager->removeAllActions();
+}
+
+} // namespace qf
