@@ -4,6 +4,8 @@
 #include "app/UserDefaults.h"
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
+#include "common/LocaleDefaults.h"
+#include "planning/KVCalendarInfo.h"
 #include "planning/NamedPeriod.h"
 #include "store/RecordClassFactory.h"
 #include "store/StoreOpener.h"
@@ -281,6 +283,7 @@ void Quillfen_AppDelegate::deleteAttachmentsForObjects(const std::vector<Managed
 void Quillfen_AppDelegate::prepareFormatters()
 {
     const QString locale = UserDefaults::standard().stringForKey(DefaultsKey::LocaleIdentifier);
+    LocaleDefaults::setLocaleIdentifier(locale);
     m_amountFormatter = std::make_unique<AmountFormatter>(locale);
     m_shortDateFormatter = std::make_unique<DateFormatter>(DateFormatter::Style::Short, locale);
     m_longDateFormatter = std::make_unique<DateFormatter>(DateFormatter::Style::Medium, locale);
@@ -325,7 +328,7 @@ QString Quillfen_AppDelegate::formatLongDate(AbsoluteTime date) const
 
 AbsoluteTime Quillfen_AppDelegate::now() const
 {
-    return static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000.0 - static_cast<double>(kReferenceEpoch);
+    return KVCalendarInfo::now();
 }
 
 std::optional<std::pair<AbsoluteTime, AbsoluteTime>> Quillfen_AppDelegate::periodBounds(const QString& name) const

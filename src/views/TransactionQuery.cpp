@@ -1,5 +1,6 @@
 #include "views/TransactionQuery.h"
 
+#include "planning/KVCalendarInfo.h"
 #include "planning/NamedPeriod.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -50,6 +51,12 @@ int compareValues(const Value& a, const Value& b)
     const double x = a.toDouble();
     const double y = b.toDouble();
     return x < y ? -1 : (x > y ? 1 : 0);
+}
+
+AbsoluteTime startOfLocalDay(AbsoluteTime instant)
+{
+    const KVCalendarInfo day(instant);
+    return KVCalendarInfo::localMidnight(day.year(), day.month(), day.dayOfMonth()).value_or(instant);
 }
 
 } // namespace
