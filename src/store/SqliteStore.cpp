@@ -115,7 +115,9 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, Mode
         sqlite3_close(db);
         return R::failure(QStringLiteral("Could not open the store %1: %2").arg(displayPath(path), message));
     }
-    if (!sqlite3_db_readonly(db, "main"))
+    // An older file is opened to be copied from: its journal mode, which is
+    // part of its header, stays as it is.
+    if (layout == Layout::Current && !sqlite3_db_readonly(db, "main"))
         execBestEffort(db, "PRAGMA journal_mode=WAL");
     // Loading reads every page once; mapping the file saves a copy per page.
     execBestEffort(db, "PRAGMA mmap_size=1073741824");

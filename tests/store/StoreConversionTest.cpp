@@ -69,6 +69,9 @@ TEST(StoreConversion, OlderSqliteLayoutIntoStoreWithRecords)
                             makeRecord(model().vault(), 3, {{"vault_uniqueID", "OLD-VAULT"}}, {{2}})};
         ASSERT_TRUE((*legacy)->save(changes, 4).isOk());
     }
+    // Older files use the rollback journal; reading one must not switch it.
+    execSql(legacyPath, "PRAGMA journal_mode=DELETE");
+    const QByteArray legacyBytes = fileBytes(legacyPath);
     auto source = SqliteStore::open(legacyPath, SqliteStore::Mode::MustExist, SqliteStore::Layout::WithoutTransDirection);
     ASSERT_TRUE(source.isOk()) << source.message().toStdString();
 
@@ -85,4 +88,6 @@ TEST(StoreConversion, OlderSqliteLayoutIntoStoreWithRecords)
     const std::vector<RawRecord> records = loadAll(**target);
     EXPECT_EQ(summary(records), "NEW-IN=\"Incoming\" OLD-OUT=\"Outgoing\" OLD-VAULT->OLD-RULE");
     EXPECT_EQ((*target)->metadata().nextObjectID, 6);
+    source = Error{};
+    EXPECT_EQ(fileBytes(legacyPath), legacyBytes);
 }
