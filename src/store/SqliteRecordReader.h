@@ -1,0 +1,65 @@
+#pragma once
+
+// Part of the SQLite store's implementation; includes sqlite3.h.
+
+#include "store/RawRecord.h"
+#include "store/SqliteStoreInternal.h"
+
+#include <QString>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace qf::sqlite {
+
+// Makes shared texts, handing out one copy for texts that repeat (account
+// identifiers, tags, titles, directions) so a million records do not hold a
+// million copies of "Outgoing". Gives up on a column whose texts rarely
+// repeat (unique identifiers, notes), where looking them up would only cost.
+class TextInterner {
+public:
+    TextInterner();
+    SharedString make(std::string_view utf8);
+
+private:
+    static constexpr std::size_t kSlots = 8192; // a power of two, twice kMaxEntries
+    static constexpr std::size_t kMaxEntries = 4096;
+    static constexpr std::size_t kMaxLength = 96;
+
+    std::vector<SharedString> m_slots;
+    std::size_t m_entries = 0;
+    std::size_t m_lookups = 0;
+    std::size_t m_hits = 0;
+    bool m_enabled = true;
+};
+
+// Turns the rows of one entity's table into records.
+class SqliteRecordReader {
+public:
+    SqliteRecordReader(const EntityDescription& entity, std::vector<int> columns);
+
+    // Every row of the table in key order. A large table is read in key
+    // ranges on further read-only connections to the file at path, one
+    // thread each; the sink still gets every record on the calling thread,
+    // in key order. The store's writes come from the thread calling this,
+    // so the connections see the same data.
+    Status readTable(sqlite3* db, const QString& path, const RecordSink& sink);
+
+private:
+    struct KeyRange {
+        std::int64_t first, last;
+    };
+    QByteArray selectSql() const;
+    Status readRange(sqlite3* db, KeyRange range, const RecordSink& sink);
+    // Steps the prepared select to its end, handing each row to the sink.
+    Status readAll(sqlite3* db, sqlite3_stmt* select, const RecordSink& sink);
+    // Reads a range on a connection of its own, for another thread.
+    Result<std::vector<RawRecord>> readRangeSeparately(const QString& path, KeyRange range) const;
+
+
+    const EntityDescription& m_entity;
+    std::vector<int> m_columns;
+    std::vector<TextInterner> m_interners; // per column; empty for non-text columns
+};
+
+} // namespace qf::sqlite
