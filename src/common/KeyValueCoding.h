@@ -32,6 +32,14 @@ public:
         (void)index;
         return {};
     }
+    // Fastest path, for readers that only look: the stored value itself,
+    // valid until the object next changes. Null when the value is computed
+    // (a derived key) or not stored; readers then use valueForKeyIndex().
+    virtual const Value* storedValueForKeyIndex(int index) const
+    {
+        (void)index;
+        return nullptr;
+    }
 };
 
 } // namespace qf
