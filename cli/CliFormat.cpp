@@ -2,6 +2,7 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
+#include "common/Money.h"
 #include "store/ManagedObject.h"
 
 #include <QDateTime>
@@ -17,8 +18,8 @@ constexpr qint64 kReferenceEpoch = 978307200;
 
 QString plainNumber(double value)
 {
-    // Six places hide the float noise of single-precision amounts (0.1 is
-    // stored as 0.100000001) without losing any cent.
+    // Callers pass decimal amounts (decimalAmount); six places are far more
+    // than any currency uses, and sums keep no noise beyond them.
     QString text = QString::number(value, 'f', 6);
     while (text.endsWith(QLatin1Char('0')))
         text.chop(1);
@@ -90,7 +91,7 @@ QByteArray recordJson(const ManagedObject& record)
         // Amounts are single precision; print them as typed.
         if (value.type() == Value::Type::Double && i < entity.attributeCount() &&
             entity.attributes()[i].type == AttributeType::Float)
-            value = Value(plainNumber(value.toDouble()).toDouble());
+            value = Value(decimalAmount(value.toDouble()));
         object.insert(entity.keyAtIndex(i), jsonValue(value));
     }
     return QJsonDocument(object).toJson(QJsonDocument::Compact);

@@ -3,6 +3,7 @@
 #include "CliFormat.h"
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
+#include "common/Money.h"
 #include "common/QFNSStringCategory.h"
 #include "editing/TransactionRecords.h"
 #include "planning/Recurrence.h"
@@ -448,7 +449,7 @@ int LedgerCli::list(const CommandLine& line)
         m_out << t->valueForKey(u"trans_uniqueID").toString() << '\t'
               << (date.isNull() ? QString() : isoLocalDate(date.toDate())) << '\t'
               << t->valueForKey(u"trans_title").toString() << '\t'
-              << plainNumber(t->valueForKey(u"trans_amount").toDouble()) << '\t'
+              << plainNumber(decimalAmount(t->valueForKey(u"trans_amount").toDouble())) << '\t'
               << t->valueForKey(u"trans_status").toString() << '\t' << t->valueForKey(u"trans_keywords").toString()
               << '\n';
     }

@@ -146,7 +146,7 @@ OpenedStore StoreOpener::openExampleStore(const QString& folder, const QString& 
 
 Status StoreOpener::migrateDatabaseFromPath(const QString& fromPath, const QString& toPath) const
 {
-    auto sourceStore = SqliteStore::open(fromPath, SqliteStore::Mode::MustExist, SqliteStore::Layout::WithoutDirection);
+    auto sourceStore = SqliteStore::open(fromPath, SqliteStore::Mode::MustExist, SqliteStore::Layout::WithoutTransDirection);
     if (!sourceStore)
         return sourceStore.error();
     ManagedObjectContext source(std::move(*sourceStore));

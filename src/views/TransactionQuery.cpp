@@ -1,5 +1,6 @@
 #include "views/TransactionQuery.h"
 
+#include "common/Money.h"
 #include "planning/KVCalendarInfo.h"
 #include "planning/NamedPeriod.h"
 #include "store/ManagedObjectContext.h"
@@ -256,7 +257,7 @@ Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transacti
     const int amountKey = transKeys().amount;
     b.count = transactions.size();
     for (const ManagedObject* t : transactions) {
-        const double amount = t->value(amountKey).toDouble();
+        const double amount = decimalAmount(t->value(amountKey).toDouble());
         b.total += amount;
         if (amount > 0)
             b.incoming += amount;

@@ -127,7 +127,7 @@ TEST(AppDelegate, OlderSqliteStoreIsMigratedWithDirectionAndRuleLinks)
     const QString older = ledger.folder() + QStringLiteral("/Quillfen.db");
     QDir().mkpath(ledger.folder());
     {
-        auto store = SqliteStore::open(older, SqliteStore::Mode::CreateIfMissing, SqliteStore::Layout::WithoutDirection);
+        auto store = SqliteStore::open(older, SqliteStore::Mode::CreateIfMissing, SqliteStore::Layout::WithoutTransDirection);
         ASSERT_TRUE(store) << qPrintable(store.message());
         const ManagedObjectModel& model = ManagedObjectModel::shared();
         ChangeSet changes;

@@ -7,7 +7,7 @@
 
 namespace {
 
-struct Run {
+struct CliRun {
     int exitCode = -1;
     QString out;
     QString err;
@@ -20,7 +20,7 @@ protected:
 
     QString dataDir() const { return home.path() + QStringLiteral("/ledger"); }
 
-    Run run(QStringList arguments, const QString& locale = QStringLiteral("en_US"))
+    CliRun run(QStringList arguments, const QString& locale = QStringLiteral("en_US"))
     {
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -37,7 +37,7 @@ protected:
 
     QString add(const QStringList& arguments)
     {
-        const Run r = run(QStringList{QStringLiteral("add")} + arguments);
+        const CliRun r = run(QStringList{QStringLiteral("add")} + arguments);
         EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
         return r.out.trimmed();
     }
@@ -45,7 +45,7 @@ protected:
     // Lines of `list`, each reduced to title, amount, status and tags.
     QStringList listed(const QStringList& selection)
     {
-        const Run r = run(QStringList{QStringLiteral("list")} + selection);
+        const CliRun r = run(QStringList{QStringLiteral("list")} + selection);
         EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
         QStringList rows;
         for (const QString& line : r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
@@ -61,11 +61,11 @@ protected:
 
 TEST_F(Cli, FreshFolderGetsTheThreeFixedVaults)
 {
-    const Run info = run({QStringLiteral("info")});
+    const CliRun info = run({QStringLiteral("info")});
     ASSERT_EQ(info.exitCode, 0) << qPrintable(info.err);
     EXPECT_TRUE(info.out.contains(QStringLiteral("Quillfen.1ccdb")));
     EXPECT_TRUE(info.out.contains(QStringLiteral("VaultEntity\t3")));
-    const Run vaults = run({QStringLiteral("vaults")});
+    const CliRun vaults = run({QStringLiteral("vaults")});
     QStringList rows;
     for (const QString& line : vaults.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
         rows << line.section(QLatin1Char('\t'), 1);
@@ -75,11 +75,11 @@ TEST_F(Cli, FreshFolderGetsTheThreeFixedVaults)
 
 TEST_F(Cli, AddListBalanceSetAndDeleteRoundTrip)
 {
-    const Run account = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Account"),
+    const CliRun account = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Account"),
                              QStringLiteral("--title"), QStringLiteral("Checking"), QStringLiteral("--initial"),
                              QStringLiteral("1000"), QStringLiteral("--url"), QStringLiteral("bank.test")});
     ASSERT_EQ(account.exitCode, 0) << qPrintable(account.err);
-    const Run folder = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Folder"),
+    const CliRun folder = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Folder"),
                             QStringLiteral("--title"), QStringLiteral("Trip")});
     ASSERT_EQ(folder.exitCode, 0) << qPrintable(folder.err);
 
@@ -105,12 +105,12 @@ TEST_F(Cli, AddListBalanceSetAndDeleteRoundTrip)
                       QStringLiteral("Title")}),
               QStringList({QStringLiteral("Coffee|-3.2|Reconciled|food, treats"), QStringLiteral("Hotel|-180|Pending|")}));
 
-    const Run balance = run({QStringLiteral("balance")});
+    const CliRun balance = run({QStringLiteral("balance")});
     EXPECT_EQ(balance.out, QStringLiteral("count\t4\ntotal\t831.8\nincoming\t1015\noutgoing\t-183.2\n"));
 
     ASSERT_EQ(run({QStringLiteral("set"), hotel, QStringLiteral("trans_isPending"), QStringLiteral("NO")}).exitCode, 0);
     ASSERT_EQ(run({QStringLiteral("set"), hotel, QStringLiteral("trans_notes"), QStringLiteral("Two nights")}).exitCode, 0);
-    const Run json = run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Trip"), QStringLiteral("--json")});
+    const CliRun json = run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Trip"), QStringLiteral("--json")});
     const QJsonArray records = QJsonDocument::fromJson(json.out.toUtf8()).array();
     ASSERT_EQ(records.size(), 1);
     const QJsonObject h = records.first().toObject();
@@ -131,7 +131,7 @@ TEST_F(Cli, RepeatSchedulesOneUpcomingCopy)
     const QString rent = add({QStringLiteral("--title"), QStringLiteral("Rent"), QStringLiteral("--amount"),
                               QStringLiteral("-900"), QStringLiteral("--date"), QStringLiteral("2026-01-31"),
                               QStringLiteral("--repeat"), QStringLiteral("Monthly")});
-    const Run json = run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Scheduler"), QStringLiteral("--json")});
+    const CliRun json = run({QStringLiteral("list"), QStringLiteral("--vault"), QStringLiteral("Scheduler"), QStringLiteral("--json")});
     const QJsonArray bills = QJsonDocument::fromJson(json.out.toUtf8()).array();
     ASSERT_EQ(bills.size(), 1) << qPrintable(json.out + json.err);
     const QJsonObject bill = bills.first().toObject();
@@ -143,10 +143,10 @@ TEST_F(Cli, RepeatSchedulesOneUpcomingCopy)
 TEST_F(Cli, BadInputFailsClearlyAndWritesNothing)
 {
     ASSERT_EQ(run({QStringLiteral("info")}).exitCode, 0);
-    const Run malformed = run({QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("trans_title == ")});
+    const CliRun malformed = run({QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("trans_title == ")});
     EXPECT_EQ(malformed.exitCode, 2);
     EXPECT_TRUE(malformed.err.contains(QStringLiteral("position"))) << qPrintable(malformed.err);
-    const Run unknownKey = run({QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("trans_colour == 'red'")});
+    const CliRun unknownKey = run({QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("trans_colour == 'red'")});
     EXPECT_EQ(unknownKey.exitCode, 2);
     EXPECT_TRUE(unknownKey.err.contains(QStringLiteral("trans_colour"))) << qPrintable(unknownKey.err);
 
@@ -161,7 +161,7 @@ TEST_F(Cli, BadInputFailsClearlyAndWritesNothing)
     EXPECT_EQ(run({QStringLiteral("list"), QStringLiteral("--colour"), QStringLiteral("red")}).exitCode, 2);
     EXPECT_TRUE(listed({}).isEmpty());
 
-    const Run canonical = run({QStringLiteral("predicate"), QStringLiteral("trans_accountID == %@ || trans_isPending == YES"),
+    const CliRun canonical = run({QStringLiteral("predicate"), QStringLiteral("trans_accountID == %@ || trans_isPending == YES"),
                                QStringLiteral("--arg"), QStringLiteral("ABC")});
     EXPECT_EQ(canonical.exitCode, 0);
     EXPECT_TRUE(canonical.out.contains(QStringLiteral("\"ABC\""))) << qPrintable(canonical.out);
@@ -169,7 +169,7 @@ TEST_F(Cli, BadInputFailsClearlyAndWritesNothing)
 
 TEST_F(Cli, ExampleStoreIsListedButNeverChanged)
 {
-    const Run before = run({QStringLiteral("--example"), QStringLiteral("balance")});
+    const CliRun before = run({QStringLiteral("--example"), QStringLiteral("balance")});
     ASSERT_EQ(before.exitCode, 0) << qPrintable(before.err);
     EXPECT_FALSE(before.out.startsWith(QStringLiteral("count\t0\n")));
     ASSERT_EQ(run({QStringLiteral("--example"), QStringLiteral("add"), QStringLiteral("--title"), QStringLiteral("Gone"),

@@ -1,4 +1,5 @@
 #include "common/AmountFormatter.h"
+#include "common/Money.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "support/TempLedger.h"
@@ -155,4 +156,17 @@ TEST_F(TransactionQueryTest, SortsAndBalances)
     EXPECT_NEAR(b.outgoing, -30.1, 1e-5);
     // Zero is neither incoming nor outgoing.
     EXPECT_EQ(shown(TransactionQuery::libraryPredicates().incoming), QStringLiteral("a"));
+}
+
+TEST(Money, DecimalAmountsDropSinglePrecisionNoise)
+{
+    EXPECT_EQ(decimalAmount(static_cast<float>(483.86)), 483.86);
+    EXPECT_EQ(decimalAmount(static_cast<float>(-0.1)), -0.1);
+    EXPECT_EQ(decimalAmount(static_cast<float>(1.459)), 1.459); // not a whole cent
+    EXPECT_EQ(decimalAmount(static_cast<float>(123456.79)), 123456.79);
+    EXPECT_EQ(decimalAmount(0.0), 0.0);
+    double sum = 0;
+    for (int i = 0; i < 1000; ++i)
+        sum += decimalAmount(static_cast<float>(0.1));
+    EXPECT_NEAR(sum, 100.0, 1e-9);
 }
