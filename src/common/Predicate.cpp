@@ -241,7 +241,7 @@ QString Predicate::predicateFormat() const
 
 bool Predicate::evaluate(const Value& object) const
 {
-    return !m_root || evaluateNode(*m_root, Subject{&object, nullptr});
+    return !m_root || evaluateNode(*m_root, Subject{&object, object.object()});
 }
 
 bool Predicate::evaluate(const KeyValueCoding& object) const

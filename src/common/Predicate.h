@@ -45,19 +45,24 @@ struct Access;
 // arrays as {a, b}; keys that are reserved words prefixed by '#'; a compound
 // inside a compound or under NOT parenthesised. Parsing the canonical text
 // gives an equal predicate, except for constants that have no literal form
-// (data, dictionaries and objects passed through %@), which print as a
-// description only.
+// (data, dictionaries, objects and NaN passed through substitutions), which
+// print as a description only. Equality of predicates is structural: 1 and
+// 1.0, or "a AND (b AND c)" and "a AND b AND c", are different predicates.
 //
 // Semantics: texts compare exactly unless [c] (full case folding) or [d]
 // (diacritics dropped) say otherwise; numbers, booleans (0/1) and dates
 // (seconds) compare numerically, and a text that is wholly a number compares
-// with a number as that number. When one number has single precision (a
-// stored float) and the other has not, both are compared at single precision.
-// nil equals only nil; every ordering, text, LIKE, MATCHES, IN and BETWEEN
-// test with a nil operand is false. CONTAINS on a text is a substring test,
-// on an array membership; IN with an array on the right is membership, with a
-// text on the right a substring test of the left operand. ANY/ALL/NONE apply
-// the comparison to each element of the left operand's array.
+// with a number as that number. When a double of single precision (a stored
+// float) meets a double that is not, both are compared at single precision,
+// so that "trans_amount == 12.34" finds a stored 12.34f. nil equals only nil;
+// every ordering, text, LIKE, MATCHES, IN and BETWEEN test with a nil operand
+// is false ("NOT x CONTAINS 'a'" holds for a nil x). CONTAINS on a text is a
+// substring test (the empty text is in every text), on an array membership;
+// IN with an array on the right is membership, with a text on the right a
+// substring test of the left operand. LIKE matches the whole text with '*'
+// and '?'; MATCHES the whole text with a regular expression (an invalid one
+// matches nothing). ANY/ALL/NONE apply the comparison to each element of the
+// left operand's array (a single value counts as one element, nil as none).
 //
 // Immutable and cheap to copy: copies share one tree. The tree keeps a small
 // evaluation cache, so a predicate (and its copies) must be evaluated on one

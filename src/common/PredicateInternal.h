@@ -107,11 +107,11 @@ struct Access {
 Result<Predicate> parsePredicate(QStringView format, const ValueArray& arguments);
 // What a predicate is evaluated on: a record read through its schema, or any value.
 struct Subject {
-    const Value* value = nullptr;           // set for values
-    const KeyValueCoding* record = nullptr; // set for records evaluated directly
+    const Value* value = nullptr;           // null for a record evaluated directly
+    const KeyValueCoding* record = nullptr; // set whenever the subject is a record
 
     Value read(const KeyPath& path) const { return record ? path.evaluate(*record) : path.evaluate(*value); }
-    Value self() const { return record ? Value(record) : *value; }
+    Value self() const { return value ? *value : Value(record); }
 };
 
 bool evaluateNode(const Node& node, const Subject& subject);
