@@ -194,6 +194,15 @@ Value ManagedObject::derivedValue(int derivedIndex) const { return {}; }
 
 Value ManagedObject::attributeValue(int attributeIndex) const { return m_values[attributeIndex]; }
 
+bool ManagedObject::readsAsStored(int attributeIndex) const { return true; }
+
+const Value* ManagedObject::storedValueForKeyIndex(int index) const
+{
+    if (index >= 0 && index < m_entity.attributeCount() && readsAsStored(index))
+        return &m_values[index];
+    return nullptr;
+}
+
 void ManagedObject::didChangeValue(int attributeIndex) {}
 
 void ManagedObject::awakeFromLoad() {}

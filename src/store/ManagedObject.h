@@ -64,6 +64,7 @@ public:
 
     const KeySchema* keySchema() const override { return &m_entity; }
     Value valueForKeyIndex(int index) const override { return value(index); }
+    const Value* storedValueForKeyIndex(int index) const override;
 
     // Keys whose values follow from the given stored key, so that whoever
     // shows them refreshes them when it changes. Empty for most keys.
@@ -75,6 +76,9 @@ protected:
     // Reading of a stored attribute through value(); record classes override
     // it where a stored key reads differently from what is stored.
     virtual Value attributeValue(int attributeIndex) const;
+    // False for the attributes attributeValue() computes, so that readers
+    // never see the raw stored value of those.
+    virtual bool readsAsStored(int attributeIndex) const;
     // Called after a tracked write of a stored attribute (also by undo and
     // rollback), so that record classes can drop caches of the keys depending on it.
     virtual void didChangeValue(int attributeIndex);

@@ -131,6 +131,12 @@ Value TransManagedObject::adjustedAmount() const
     return stored;
 }
 
+bool TransManagedObject::readsAsStored(int attributeIndex) const
+{
+    const TransKeys& k = keys();
+    return attributeIndex != k.amount && attributeIndex != k.direction && attributeIndex != k.photo;
+}
+
 Value TransManagedObject::attributeValue(int attributeIndex) const
 {
     const TransKeys& k = keys();

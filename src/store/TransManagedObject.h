@@ -30,6 +30,7 @@ public:
 
 protected:
     Value attributeValue(int attributeIndex) const override;
+    bool readsAsStored(int attributeIndex) const override;
     Value derivedValue(int derivedIndex) const override;
     void didChangeValue(int attributeIndex) override;
     void awakeFromLoad() override;

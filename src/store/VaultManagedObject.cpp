@@ -43,6 +43,11 @@ QStringList VaultManagedObject::keysDerivedFrom(QStringView key) const
     return {};
 }
 
+bool VaultManagedObject::readsAsStored(int attributeIndex) const
+{
+    return attributeIndex != keys().uniqueID;
+}
+
 Value VaultManagedObject::attributeValue(int attributeIndex) const
 {
     const int id = keys().uniqueID;

@@ -19,6 +19,7 @@ public:
 
 protected:
     Value attributeValue(int attributeIndex) const override;
+    bool readsAsStored(int attributeIndex) const override;
     Value derivedValue(int derivedIndex) const override;
 
 private:

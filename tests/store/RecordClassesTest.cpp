@@ -275,3 +275,23 @@ TEST_F(RecordClassesTest, ActualAmountOfMatchingTransactions)
                                                                                     Value("Custom Range"));
     EXPECT_EQ(both->valueForKey(u"budget_actualAmount"), Value(0.0)); // no period filter
 }
+
+TEST(RecordClasses, StoredValueShortcutNeverBypassesComputedReads)
+{
+    FakeRecordEnvironment environment;
+    ManagedObjectContext context;
+    context.setObjectFactory(recordClassFactory(&environment));
+    const EntityDescription& trans = ManagedObjectModel::shared().trans();
+    ManagedObject* bill = context.insertNewObject(trans);
+    bill->setValueForKey(u"trans_amount", Value(-25.0));
+    bill->setValueForKey(u"trans_title", Value("Transfer"));
+    EXPECT_EQ(bill->storedValueForKeyIndex(trans.indexOfKey(u"trans_amount")), nullptr);
+    EXPECT_EQ(bill->storedValueForKeyIndex(trans.indexOfKey(u"trans_photo")), nullptr);
+    EXPECT_EQ(bill->storedValueForKeyIndex(trans.indexOfKey(u"trans_status")), nullptr);
+    const Value* title = bill->storedValueForKeyIndex(trans.indexOfKey(u"trans_title"));
+    ASSERT_NE(title, nullptr);
+    EXPECT_EQ(title->toString(), QStringLiteral("Transfer"));
+
+    ManagedObject* vault = context.insertNewObject(ManagedObjectModel::shared().vault());
+    EXPECT_EQ(vault->storedValueForKeyIndex(0), nullptr);
+}
