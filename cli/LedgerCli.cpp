@@ -10,6 +10,7 @@
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/TransactionQuery.h"
+#include "views/TransactionTextIndex.h"
 
 #include <QDate>
 
@@ -409,22 +410,24 @@ int LedgerCli::select(const CommandLine& line, std::vector<ManagedObject*>* show
         }
     }
 
-    const auto bounds = TransactionQuery::dateRangeBounds(settings, m_delegate.now(), [&context] {
+    ListQuery query;
+    query.scope = scope;
+    query.settings = settings;
+    query.range = TransactionQuery::dateRangeBounds(settings, m_delegate.now(), [&context] {
         return TransactionQuery::earliestTransactionDate(context);
     });
     const AmountFormatter& amounts = m_delegate.amountFormatter();
-    Predicate predicate = TransactionQuery::filterWithSearchString(
-        scope, settings, bounds, [&amounts](const QString& text) { return amounts.mayContain(text); });
-
+    query.amountMayContain = [&amounts](const QString& text) { return amounts.mayContain(text); };
     if (line.has(QStringLiteral("where"))) {
         auto where = Predicate::parse(line.value(QStringLiteral("where")));
         if (!where)
             return fail(BadUsage, QStringLiteral("malformed predicate: %1").arg(where.message()));
         if (Status known = where->validateKeys(ManagedObjectModel::shared().trans()); !known)
             return fail(BadUsage, known.message());
-        predicate = predicate.isNull() ? *where : Predicate::andPredicate({predicate, *where});
+        query.extra = *where;
     }
-    *shown = TransactionQuery::arrangedTransactions(context, predicate, settings.sort);
+    TransactionTextIndex index;
+    *shown = TransactionQuery::arrangedTransactions(context, query, &index);
     return Success;
 }
 

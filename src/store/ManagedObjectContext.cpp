@@ -80,6 +80,16 @@ struct ManagedObjectContext::Private {
     std::vector<std::unique_ptr<EntityTable>> tables;
     std::vector<ManagedObject*> changed; // unsaved changes, in order of first change
     std::vector<ManagedObject*> pending; // to announce, in order of first change
+    std::vector<ManagedObject*> changeLog;
+    // Unique across contexts, so a cache never mistakes a new context at a
+    // reused address for the one it followed.
+    std::uint64_t loadGeneration = nextGeneration();
+
+    static std::uint64_t nextGeneration()
+    {
+        static std::uint64_t counter = 0;
+        return ++counter;
+    }
     bool announcementScheduled = false;
     std::int64_t nextObjectID = 1;
     QString ownUUID;
@@ -115,6 +125,8 @@ struct ManagedObjectContext::Private {
         tables.clear();
         changed.clear();
         pending.clear();
+        changeLog.clear();
+        loadGeneration = nextGeneration();
         nextObjectID = 1;
     }
 };
@@ -341,8 +353,19 @@ bool ManagedObjectContext::hasChanges() const
     });
 }
 
+const std::vector<ManagedObject*>& ManagedObjectContext::changeLog() const
+{
+    return d->changeLog;
+}
+
+std::uint64_t ManagedObjectContext::loadGeneration() const
+{
+    return d->loadGeneration;
+}
+
 void ManagedObjectContext::objectWillChange(ManagedObject* object)
 {
+    d->changeLog.push_back(object);
     ManagedObject::State& state = object->state();
     if (!state.queued) {
         state.queued = true;

@@ -67,6 +67,13 @@ public:
 
     UndoManager& undoManager() { return *m_undoManager; }
 
+    // Every record touched since the last load, in order (a record appears
+    // once per change), for caches that mirror records: a cache remembers the
+    // log's size and later looks only at what follows. loadGeneration()
+    // changes with every load, which starts a new log.
+    const std::vector<ManagedObject*>& changeLog() const;
+    std::uint64_t loadGeneration() const;
+
     // Closes the current undo group and announces the changes collected since
     // the last call (objectsDidChange). Runs by itself once the event loop
     // turns, like the platform's end of an event.

@@ -13,6 +13,7 @@ namespace qf {
 
 class ManagedObject;
 class ManagedObjectContext;
+class TransactionTextIndex;
 
 // The five predicates that scope a vault's transaction list, one per filter
 // button: every transaction of the vault, its incoming, outgoing, cleared and
@@ -44,6 +45,15 @@ struct Balances {
     double total = 0;
     double incoming = 0;
     double outgoing = 0;
+};
+
+// Everything that decides what a list shows.
+struct ListQuery {
+    FilterPredicates scope;
+    ListSettings settings;
+    std::optional<std::pair<AbsoluteTime, AbsoluteTime>> range;
+    std::function<bool(const QString&)> amountMayContain;
+    Predicate extra; // ANDed on top when not null (scripts' own conditions)
 };
 
 // The transaction list's logic without its window: which transactions a vault
@@ -85,9 +95,13 @@ public:
     static Balances balances(const std::vector<ManagedObject*>& transactions);
     static std::optional<AbsoluteTime> earliestTransactionDate(const ManagedObjectContext& context);
 
-    // Everything together: the vault's transactions as its list shows them.
     static std::vector<ManagedObject*> arrangedTransactions(const ManagedObjectContext& context,
                                                             const Predicate& predicate, const QString& sortTitle);
+    // Everything together: the transactions a list shows, in its order. With
+    // an index, a search looks only at the records the index names.
+    static std::vector<ManagedObject*> arrangedTransactions(const ManagedObjectContext& context, const ListQuery& query,
+                                                            TransactionTextIndex* index = nullptr);
+    static Predicate predicate(const ListQuery& query);
 };
 
 } // namespace qf
