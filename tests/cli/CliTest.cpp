@@ -176,3 +176,45 @@ TEST_F(Cli, ExampleStoreIsListedButNeverChanged)
                    QStringLiteral("--amount"), QStringLiteral("-1")}).exitCode, 0);
     EXPECT_EQ(run({QStringLiteral("--example"), QStringLiteral("balance")}).out, before.out);
 }
+
+TEST_F(Cli, LedgerPredicatesSelectRecordsMadeWithAdd)
+{
+    const CliRun account = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Account"),
+                                QStringLiteral("--title"), QStringLiteral("Savings")});
+    ASSERT_EQ(account.exitCode, 0) << qPrintable(account.err);
+    const QString accountID = account.out.trimmed();
+    add({QStringLiteral("--title"), QStringLiteral("Salary"), QStringLiteral("--amount"), QStringLiteral("100"),
+         QStringLiteral("--tags"), QStringLiteral("Föod, rent"), QStringLiteral("--pending")});
+    add({QStringLiteral("--title"), QStringLiteral("Rental car"), QStringLiteral("--amount"), QStringLiteral("-20"),
+         QStringLiteral("--account"), QStringLiteral("Savings")});
+    const QString bill = add({QStringLiteral("--title"), QStringLiteral("Move to savings"), QStringLiteral("--amount"),
+                              QStringLiteral("-50"), QStringLiteral("--upcoming"), QStringLiteral("--tags"), QStringLiteral("x"),
+                              QStringLiteral("--date"), QStringLiteral("2030-01-01")});
+    ASSERT_EQ(run({QStringLiteral("set"), bill, QStringLiteral("trans_billToAccountID"), accountID}).exitCode, 0);
+    ASSERT_EQ(run({QStringLiteral("set"), bill, QStringLiteral("trans_billType"), QStringLiteral("Transfer")}).exitCode, 0);
+
+    auto titles = [&](const QString& where) {
+        QStringList found;
+        for (const QString& row : listed({QStringLiteral("--where"), where, QStringLiteral("--sort"), QStringLiteral("Title")}))
+            found << row.section(QLatin1Char('|'), 0, 0);
+        return found.join(QStringLiteral(", "));
+    };
+    EXPECT_EQ(titles(QStringLiteral("trans_isPending == YES")), QStringLiteral("Move to savings, Salary"));
+    EXPECT_EQ(titles(QStringLiteral("trans_isPending == NO")), QStringLiteral("Rental car"));
+    EXPECT_EQ(titles(QStringLiteral("trans_isUpcoming == YES")), QStringLiteral("Move to savings"));
+    EXPECT_EQ(titles(QStringLiteral("trans_keywords == nil || trans_keywords == ''")), QStringLiteral("Rental car"));
+    EXPECT_EQ(titles(QStringLiteral("trans_direction == 'Incoming'")), QStringLiteral("Salary"));
+    EXPECT_EQ(titles(QStringLiteral("trans_direction != 'Incoming'")), QStringLiteral("Move to savings, Rental car"));
+    EXPECT_EQ(titles(QStringLiteral("trans_accountID == '%1' || trans_billFromAccountID == '%1' || "
+                                    "trans_billToAccountID == '%1'").arg(accountID)),
+              QStringLiteral("Move to savings, Rental car"));
+    EXPECT_EQ(titles(QStringLiteral("'RENT' IN[cd] trans_title")), QStringLiteral("Rental car"));
+    EXPECT_EQ(titles(QStringLiteral("NOT 'rent' IN[cd] trans_title")), QStringLiteral("Move to savings, Salary"));
+    // Diacritics are ignored, case is not.
+    EXPECT_EQ(titles(QStringLiteral("trans_keywords contains[d] 'Food' AND trans_keywords contains[d] 'rent'")),
+              QStringLiteral("Salary"));
+    EXPECT_EQ(titles(QStringLiteral("trans_keywords contains[d] 'food'")), QString());
+    EXPECT_EQ(titles(QStringLiteral("trans_amount >= -20 AND trans_amount <= 100")), QStringLiteral("Rental car, Salary"));
+    EXPECT_EQ(titles(QStringLiteral("trans_amount < 0 AND trans_status == 'Upcoming'")), QStringLiteral("Move to savings"));
+    EXPECT_EQ(titles(QStringLiteral("trans_uniqueID IN {'%1', 'nothing'}").arg(bill)), QStringLiteral("Move to savings"));
+}

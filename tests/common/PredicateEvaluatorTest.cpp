@@ -9,10 +9,6 @@
 
 using namespace qf;
 
-static void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
 
 namespace {
 
