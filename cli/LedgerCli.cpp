@@ -10,7 +10,7 @@
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/TransactionQuery.h"
-#include "views/TransactionTextIndex.h"
+#include "views/TransactionIndexes.h"
 
 #include <QDate>
 
@@ -410,7 +410,7 @@ int LedgerCli::select(const CommandLine& line, std::vector<ManagedObject*>* show
         }
     }
 
-    ListQuery query;
+    ListQuery query = vault ? ListQuery::forVault(*vault, settings) : ListQuery();
     query.scope = scope;
     query.settings = settings;
     query.range = TransactionQuery::dateRangeBounds(settings, m_delegate.now(), [&context] {
@@ -426,8 +426,8 @@ int LedgerCli::select(const CommandLine& line, std::vector<ManagedObject*>* show
             return fail(BadUsage, known.message());
         query.extra = *where;
     }
-    TransactionTextIndex index;
-    *shown = TransactionQuery::arrangedTransactions(context, query, &index);
+    TransactionIndexes indexes;
+    *shown = TransactionQuery::arrangedTransactions(context, query, &indexes);
     return Success;
 }
 

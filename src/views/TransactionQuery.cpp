@@ -5,7 +5,7 @@
 #include "planning/NamedPeriod.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
-#include "views/TransactionTextIndex.h"
+#include "views/TransactionIndexes.h"
 
 #include <QStringList>
 #include <algorithm>
@@ -343,28 +343,43 @@ Predicate TransactionQuery::predicate(const ListQuery& query)
 }
 
 std::vector<ManagedObject*> TransactionQuery::arrangedTransactions(const ManagedObjectContext& context,
-                                                                   const ListQuery& query, TransactionTextIndex* index)
+                                                                   const ListQuery& query, TransactionIndexes* indexes)
 {
     const Predicate p = predicate(query);
     const QString& text = query.settings.searchText;
-    // The index knows texts, not formatted amounts: it may narrow only a
+    std::vector<ManagedObject*> candidates;
+    // The text index knows texts, not formatted amounts: it may narrow only a
     // search that leaves the amount out. Every match holds each word of the
     // text (in one field or among the tags), so the longest word narrows most.
-    const bool narrow = index && !text.isEmpty() && query.amountMayContain && !query.amountMayContain(text);
-    if (!narrow)
+    if (indexes && !text.isEmpty() && query.amountMayContain && !query.amountMayContain(text)) {
+        QString longest;
+        for (const QString& word : text.split(QLatin1Char(' '))) {
+            if (word.size() > longest.size())
+                longest = word;
+        }
+        candidates = indexes->text.candidates(context, longest);
+    } else if (indexes && !query.accountID.isEmpty()) {
+        candidates = indexes->accounts.candidates(context, query.accountID);
+    } else {
         return arrangedTransactions(context, p, query.settings.sort);
-    QString longest;
-    for (const QString& word : text.split(QLatin1Char(' '))) {
-        if (word.size() > longest.size())
-            longest = word;
     }
     std::vector<ManagedObject*> shown;
-    for (ManagedObject* t : index->candidates(context, longest)) {
+    for (ManagedObject* t : candidates) {
         if (p.isNull() || p.evaluate(*t))
             shown.push_back(t);
     }
     sortTransactions(shown, query.settings.sort);
     return shown;
+}
+
+ListQuery ListQuery::forVault(const ManagedObject& vault, const ListSettings& settings)
+{
+    ListQuery query;
+    query.scope = TransactionQuery::predicatesForVault(vault);
+    query.settings = settings;
+    if (vault.valueForKey(u"vault_type").toString() == VaultType::Account)
+        query.accountID = vault.valueForKey(u"vault_uniqueID").toString();
+    return query;
 }
 
 } // namespace qf

@@ -13,7 +13,7 @@ namespace qf {
 
 class ManagedObject;
 class ManagedObjectContext;
-class TransactionTextIndex;
+struct TransactionIndexes;
 
 // The five predicates that scope a vault's transaction list, one per filter
 // button: every transaction of the vault, its incoming, outgoing, cleared and
@@ -54,6 +54,12 @@ struct ListQuery {
     std::optional<std::pair<AbsoluteTime, AbsoluteTime>> range;
     std::function<bool(const QString&)> amountMayContain;
     Predicate extra; // ANDed on top when not null (scripts' own conditions)
+    // The account the scope is made of, when it is an account's: lets an
+    // index narrow the records to test.
+    QString accountID;
+
+    // The query of a vault's list: its scope, and the account when it is one.
+    static ListQuery forVault(const ManagedObject& vault, const ListSettings& settings);
 };
 
 // The transaction list's logic without its window: which transactions a vault
@@ -98,9 +104,9 @@ public:
     static std::vector<ManagedObject*> arrangedTransactions(const ManagedObjectContext& context,
                                                             const Predicate& predicate, const QString& sortTitle);
     // Everything together: the transactions a list shows, in its order. With
-    // an index, a search looks only at the records the index names.
+    // indexes, a search or an account looks only at the records they name.
     static std::vector<ManagedObject*> arrangedTransactions(const ManagedObjectContext& context, const ListQuery& query,
-                                                            TransactionTextIndex* index = nullptr);
+                                                            TransactionIndexes* indexes = nullptr);
     static Predicate predicate(const ListQuery& query);
 };
 

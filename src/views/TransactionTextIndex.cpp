@@ -40,10 +40,7 @@ void TransactionTextIndex::rebuild(const ManagedObjectContext& context)
                                transEntity().indexOfAttribute(u"trans_from"),
                                transEntity().indexOfAttribute(u"trans_notes"),
                                transEntity().indexOfAttribute(u"trans_keywords")};
-    m_context = &context;
-    m_loadGeneration = context.loadGeneration();
-    m_logPosition = context.changeLog().size();
-    m_stale.clear();
+    m_follower.rebuilt(context);
     m_block.clear();
     m_starts.clear();
     m_records = context.objects(transEntity());
@@ -57,24 +54,12 @@ void TransactionTextIndex::rebuild(const ManagedObjectContext& context)
     m_starts.push_back(static_cast<std::uint32_t>(m_block.size()));
 }
 
-void TransactionTextIndex::follow(const ManagedObjectContext& context)
-{
-    const std::vector<ManagedObject*>& log = context.changeLog();
-    for (std::size_t i = m_logPosition; i < log.size(); ++i) {
-        if (&log[i]->entity() == &transEntity())
-            m_stale.insert(log[i]);
-    }
-    m_logPosition = log.size();
-}
-
 std::vector<ManagedObject*> TransactionTextIndex::candidates(const ManagedObjectContext& context, const QString& word)
 {
     const bool blockTooBig = m_block.size() > 0xF0000000u; // offsets are 32-bit
-    if (m_context != &context || m_loadGeneration != context.loadGeneration() || blockTooBig)
+    if (m_follower.follow(context, transEntity(), m_records.size()) || blockTooBig)
         rebuild(context);
-    follow(context);
-    if (m_stale.size() > m_records.size() / 20 + 1000)
-        rebuild(context);
+    const std::unordered_set<ManagedObject*>& stale = m_follower.stale();
 
     std::vector<ManagedObject*> found;
     const std::string needle = foldText(word.toUtf8().toStdString(), kFolding);
@@ -94,11 +79,11 @@ std::vector<ManagedObject*> TransactionTextIndex::candidates(const ManagedObject
         const auto next = std::upper_bound(m_starts.begin(), m_starts.end(), offset);
         const std::size_t index = static_cast<std::size_t>(next - m_starts.begin()) - 1;
         ManagedObject* record = m_records[index];
-        if (!record->isDeleted() && !m_stale.count(record))
+        if (!record->isDeleted() && !stale.count(record))
             found.push_back(record);
         at = begin + *next;
     }
-    for (ManagedObject* record : m_stale) {
+    for (ManagedObject* record : stale) {
         if (!record->isDeleted())
             found.push_back(record);
     }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "views/ChangeFollower.h"
+
 #include <QString>
 #include <cstdint>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 namespace qf {
@@ -26,21 +27,16 @@ public:
     // Deleted records are left out.
     std::vector<ManagedObject*> candidates(const ManagedObjectContext& context, const QString& word);
 
-    // How many records are followed without being in the block; past a share
-    // of the whole, the block is rebuilt.
-    std::size_t staleCount() const { return m_stale.size(); }
+    // How many records changed since the block was built.
+    std::size_t staleCount() const { return m_follower.stale().size(); }
 
 private:
     void rebuild(const ManagedObjectContext& context);
-    void follow(const ManagedObjectContext& context);
 
-    const ManagedObjectContext* m_context = nullptr;
-    std::uint64_t m_loadGeneration = 0;
-    std::size_t m_logPosition = 0;
+    ChangeFollower m_follower;
     std::string m_block;
     std::vector<std::uint32_t> m_starts; // where each record's texts begin in m_block
     std::vector<ManagedObject*> m_records;
-    std::unordered_set<ManagedObject*> m_stale;
 };
 
 } // namespace qf

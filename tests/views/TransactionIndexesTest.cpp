@@ -1,8 +1,9 @@
 #include "common/AmountFormatter.h"
 #include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
 #include "support/TempLedger.h"
 #include "views/TransactionQuery.h"
-#include "views/TransactionTextIndex.h"
+#include "views/TransactionIndexes.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,8 @@ class TransactionTextIndexTest : public ::testing::Test {
 protected:
     TempLedger ledger;
     ManagedObjectContext& context = ledger.launch();
-    TransactionTextIndex index;
+    TransactionIndexes indexes;
+    TransactionTextIndex& index = indexes.text;
 
     ListQuery query(const QString& text)
     {
@@ -40,7 +42,7 @@ protected:
     void expectSameAsScan(const QString& text)
     {
         const QStringList scanned = titles(TransactionQuery::arrangedTransactions(context, query(text)));
-        const QStringList indexed = titles(TransactionQuery::arrangedTransactions(context, query(text), &index));
+        const QStringList indexed = titles(TransactionQuery::arrangedTransactions(context, query(text), &indexes));
         EXPECT_EQ(indexed, scanned) << "search " << qPrintable(text);
     }
 
@@ -91,4 +93,50 @@ TEST_F(TransactionTextIndexTest, AReloadedLedgerIsIndexedAfresh)
     ASSERT_TRUE(context.load());
     EXPECT_EQ(index.staleCount(), 0u);
     EXPECT_EQ(titles(index.candidates(context, QStringLiteral("COFFEE"))), QStringList{QStringLiteral("Coffee")});
+}
+
+TEST_F(TransactionTextIndexTest, AccountListsMatchTheFullScanThroughEdits)
+{
+    Quillfen_AppDelegate& d = ledger.delegate();
+    ManagedObject* checking = VaultLibrary::insertVault(context, d, VaultType::Account, QStringLiteral("Checking"));
+    ManagedObject* savings = VaultLibrary::insertVault(context, d, VaultType::Account, QStringLiteral("Savings"));
+    const QString checkingID = checking->valueForKey(u"vault_uniqueID").toString();
+    const QString savingsID = savings->valueForKey(u"vault_uniqueID").toString();
+
+    auto expectSame = [&](ManagedObject* account) {
+        for (const char* status : {"FilterAll", "FilterPending"}) {
+            ListSettings settings;
+            settings.typeFilter = QString::fromLatin1(status);
+            settings.sort = QStringLiteral("Title");
+            const ListQuery q = ListQuery::forVault(*account, settings);
+            ASSERT_FALSE(q.accountID.isEmpty());
+            EXPECT_EQ(titles(TransactionQuery::arrangedTransactions(context, q, &indexes)),
+                      titles(TransactionQuery::arrangedTransactions(context, q)))
+                << qPrintable(account->valueForKey(u"vault_title").toString()) << ' ' << status;
+        }
+    };
+    ledger.addTransaction(QStringLiteral("Groceries"), -40)->setValueForKey(u"trans_accountID", Value(checkingID));
+    ManagedObject* transfer = ledger.addTransaction(QStringLiteral("Transfer"), -100);
+    transfer->setValueForKey(u"trans_billFromAccountID", Value(checkingID));
+    transfer->setValueForKey(u"trans_billToAccountID", Value(savingsID));
+    ManagedObject* loose = ledger.addTransaction(QStringLiteral("Loose"), 5);
+    expectSame(checking);
+    expectSame(savings);
+    EXPECT_EQ(indexes.accounts.candidates(context, savingsID).size(), 1u);
+
+    loose->setValueForKey(u"trans_accountID", Value(savingsID));
+    loose->setValueForKey(u"trans_isPending", Value::boolean(true));
+    transfer->setValueForKey(u"trans_billToAccountID", Value(checkingID));
+    context.processPendingChanges();
+    ManagedObject* gone = ledger.addTransaction(QStringLiteral("Gone"), -1);
+    gone->setValueForKey(u"trans_accountID", Value(checkingID));
+    context.processPendingChanges();
+    context.deleteObject(gone);
+    expectSame(checking);
+    expectSame(savings);
+
+    context.processPendingChanges();
+    context.undoManager().undo();
+    expectSame(checking);
+    expectSame(savings);
 }
