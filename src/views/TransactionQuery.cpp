@@ -35,6 +35,7 @@ struct TransKeys {
     int amount = transEntity().indexOfKey(u"trans_amount");
     int date = transEntity().indexOfKey(u"trans_date");
     int keywords = transEntity().indexOfKey(u"trans_keywords");
+    int isUpcoming = transEntity().indexOfKey(u"trans_isUpcoming");
 };
 
 const TransKeys& transKeys()
@@ -326,12 +327,20 @@ Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transacti
     Balances b;
     const int amountKey = transKeys().amount;
     b.count = transactions.size();
-    // Sorted lists visit records in no order of memory: asking for records a
-    // little ahead overlaps their cache misses.
+    const int upcomingKey = transKeys().isUpcoming;
+    // Sorted lists visit records in no order of memory: asking for records,
+    // and then for the values the sum reads, a little ahead overlaps their
+    // cache misses.
     constexpr std::size_t kAhead = 8;
-    for (std::size_t i = 0; i < transactions.size(); ++i) {
-        if (i + kAhead < transactions.size())
-            __builtin_prefetch(transactions[i + kAhead]);
+    const std::size_t count = transactions.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i + 2 * kAhead < count)
+            __builtin_prefetch(transactions[i + 2 * kAhead]);
+        if (i + kAhead < count) {
+            const ManagedObject* ahead = transactions[i + kAhead];
+            __builtin_prefetch(&ahead->primitiveValue(amountKey));
+            __builtin_prefetch(&ahead->primitiveValue(upcomingKey));
+        }
         const ManagedObject* t = transactions[i];
         const double amount = decimalAmount(t->value(amountKey).toDouble());
         b.total += amount;
