@@ -2,8 +2,11 @@
 
 #include "store/ManagedObjectContext.h"
 #include "store/ManagedObjectInternal.h"
+#include "store/RecordArena.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
 
 namespace qf {
 
@@ -21,17 +24,112 @@ const std::vector<ManagedObject*>& noObjects()
     return none;
 }
 
+// The slot of a value is the number of values before it: a population count.
+// Spelled out, since the build does not assume the instruction for it.
+inline int bitCount(std::uint32_t bits)
+{
+    bits = bits - ((bits >> 1) & 0x55555555u);
+    bits = (bits & 0x33333333u) + ((bits >> 2) & 0x33333333u);
+    bits = (bits + (bits >> 4)) & 0x0F0F0F0Fu;
+    return static_cast<int>((bits * 0x01010101u) >> 24);
+}
+
+constexpr int kMaxAttributes = 32; // bits of m_present
+
 } // namespace
 
 ManagedObject::ManagedObject(const EntityDescription& entity, ManagedObjectContext& context, std::int64_t primaryKey)
-    : m_entity(entity),
-      m_context(context),
-      m_primaryKey(primaryKey),
-      m_values(std::make_unique<Value[]>(static_cast<std::size_t>(entity.attributeCount())))
+    : m_entity(entity), m_context(context), m_primaryKey(primaryKey)
 {
+    Q_ASSERT(entity.attributeCount() <= kMaxAttributes);
 }
 
-ManagedObject::~ManagedObject() = default;
+ManagedObject::~ManagedObject() { destroyValues(); }
+
+int ManagedObject::valueCount() const { return bitCount(m_present); }
+
+int ManagedObject::slotOf(std::uint32_t bit) const { return bitCount(m_present & (bit - 1)); }
+
+void ManagedObject::destroyValues()
+{
+    const int count = valueCount();
+    for (int i = 0; i < count; ++i)
+        m_values[i].~Value();
+    if (m_valuesOnHeap)
+        std::free(m_values);
+    m_values = nullptr;
+    m_present = 0;
+    m_capacity = 0;
+    m_valuesOnHeap = false;
+}
+
+void ManagedObject::adoptLoadedValues(std::vector<Value>& values, RecordArena& arena)
+{
+    Q_ASSERT(m_present == 0);
+    const int attributes = std::min<int>(m_entity.attributeCount(), static_cast<int>(values.size()));
+    std::uint32_t present = 0;
+    int count = 0;
+    for (int i = 0; i < attributes; ++i) {
+        if (!values[i].isNull()) {
+            present |= 1u << i;
+            ++count;
+        }
+    }
+    m_values = static_cast<Value*>(arena.allocate(sizeof(Value) * static_cast<std::size_t>(count)));
+    m_capacity = static_cast<std::uint8_t>(count);
+    int slot = 0;
+    for (int i = 0; i < attributes; ++i) {
+        if (present & (1u << i))
+            new (&m_values[slot++]) Value(std::move(values[i]));
+    }
+    m_present = present;
+}
+
+void ManagedObject::growValues(int needed)
+{
+    // Room for a few more: records being filled in get their values one by one.
+    const int capacity = std::min(needed + needed / 2 + 1, m_entity.attributeCount());
+    auto* grown = static_cast<Value*>(std::malloc(sizeof(Value) * static_cast<std::size_t>(capacity)));
+    if (!grown)
+        throw std::bad_alloc();
+    const int count = valueCount();
+    for (int i = 0; i < count; ++i) {
+        new (&grown[i]) Value(std::move(m_values[i]));
+        m_values[i].~Value();
+    }
+    if (m_valuesOnHeap)
+        std::free(m_values);
+    m_values = grown;
+    m_capacity = static_cast<std::uint8_t>(capacity);
+    m_valuesOnHeap = true;
+}
+
+void ManagedObject::storeValue(int attributeIndex, Value value)
+{
+    const std::uint32_t bit = 1u << attributeIndex;
+    const int slot = slotOf(bit);
+    const int count = valueCount();
+    if (value.isNull()) {
+        if (!(m_present & bit))
+            return;
+        for (int i = slot; i + 1 < count; ++i)
+            m_values[i] = std::move(m_values[i + 1]);
+        m_values[count - 1].~Value();
+        m_present &= ~bit;
+        return;
+    }
+    if (m_present & bit) {
+        m_values[slot] = std::move(value);
+        return;
+    }
+    if (count == m_capacity)
+        growValues(count + 1);
+    new (&m_values[count]) Value();
+    for (int i = count; i > slot; --i)
+        m_values[i] = std::move(m_values[i - 1]);
+    m_values[slot] = std::move(value);
+    m_present |= bit;
+}
 
 ManagedObject::State& ManagedObject::state()
 {
@@ -55,14 +153,15 @@ const Value& ManagedObject::primitiveValue(int attributeIndex) const
 {
     if (attributeIndex < 0 || attributeIndex >= m_entity.attributeCount())
         return nullValue();
-    return m_values[attributeIndex];
+    const std::uint32_t bit = 1u << attributeIndex;
+    return (m_present & bit) ? m_values[slotOf(bit)] : nullValue();
 }
 
 void ManagedObject::setPrimitiveValue(int attributeIndex, Value value)
 {
     if (attributeIndex < 0 || attributeIndex >= m_entity.attributeCount())
         return;
-    m_values[attributeIndex] = m_entity.coerce(attributeIndex, value);
+    storeValue(attributeIndex, m_entity.coerce(attributeIndex, value));
 }
 
 Value ManagedObject::value(int keyIndex) const
@@ -98,18 +197,18 @@ void ManagedObject::writeValue(int attributeIndex, Value value, bool registerUnd
     if (attributeIndex < 0 || attributeIndex >= m_entity.attributeCount())
         return;
     Value coerced = m_entity.coerce(attributeIndex, value);
-    Value& slot = m_values[attributeIndex];
-    if (coerced == slot)
+    const Value& current = primitiveValue(attributeIndex);
+    if (coerced == current)
         return;
     m_context.objectWillChange(this);
     State& s = *m_state;
     if (s.inStore && !s.committedValue(attributeIndex))
-        s.committed.emplace_back(attributeIndex, slot);
+        s.committed.emplace_back(attributeIndex, current);
     if (registerUndo) {
         m_context.undoManager().registerUndo(
-            [this, attributeIndex, old = slot] { writeValue(attributeIndex, old, true); });
+            [this, attributeIndex, old = current] { writeValue(attributeIndex, old, true); });
     }
-    slot = std::move(coerced);
+    storeValue(attributeIndex, std::move(coerced));
     if (s.inStore)
         s.updated = true;
     didChangeValue(attributeIndex);
@@ -120,11 +219,11 @@ Value ManagedObject::committedValue(int attributeIndex) const
     if (attributeIndex < 0 || attributeIndex >= m_entity.attributeCount())
         return {};
     if (!m_state)
-        return m_values[attributeIndex];
+        return primitiveValue(attributeIndex);
     if (!m_state->inStore)
         return {};
     const Value* committed = m_state->committedValue(attributeIndex);
-    return committed ? *committed : m_values[attributeIndex];
+    return committed ? *committed : primitiveValue(attributeIndex);
 }
 
 ValueDictionary ManagedObject::committedValuesForKeys(const QStringList& keys) const
@@ -192,14 +291,14 @@ QStringList ManagedObject::keysDerivedFrom(QStringView key) const { return {}; }
 
 Value ManagedObject::derivedValue(int derivedIndex) const { return {}; }
 
-Value ManagedObject::attributeValue(int attributeIndex) const { return m_values[attributeIndex]; }
+Value ManagedObject::attributeValue(int attributeIndex) const { return primitiveValue(attributeIndex); }
 
 bool ManagedObject::readsAsStored(int attributeIndex) const { return true; }
 
 const Value* ManagedObject::storedValueForKeyIndex(int index) const
 {
     if (index >= 0 && index < m_entity.attributeCount() && readsAsStored(index))
-        return &m_values[index];
+        return &primitiveValue(index);
     return nullptr;
 }
 

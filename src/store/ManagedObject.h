@@ -11,6 +11,7 @@
 namespace qf {
 
 class ManagedObjectContext;
+class RecordArena;
 
 // One record of the store. Owned by its context; pointers stay valid for the
 // context's lifetime, also after the record is deleted (undo may bring it back).
@@ -39,6 +40,9 @@ public:
 
     // Untracked access to stored attributes: for loading and for record
     // classes keeping their own caches. No undo, no change announcement.
+    // The reference is good until the record's next write: a record keeps
+    // only its non-null values, packed, so a write may move the others. A
+    // null value is a shared null Value.
     const Value& primitiveValue(int attributeIndex) const;
     void setPrimitiveValue(int attributeIndex, Value value);
 
@@ -64,6 +68,7 @@ public:
 
     const KeySchema* keySchema() const override { return &m_entity; }
     Value valueForKeyIndex(int index) const override { return value(index); }
+    // For a stored attribute without a value: a shared null Value, not null.
     const Value* storedValueForKeyIndex(int index) const override;
 
     // Keys whose values follow from the given stored key, so that whoever
@@ -96,12 +101,27 @@ private:
     struct State;
     State& state();
     void writeValue(int attributeIndex, Value value, bool registerUndo);
+    // Stores an already coerced value; a null one removes the attribute's value.
+    void storeValue(int attributeIndex, Value value);
+    // Takes the non-null values of a record just made by a load (indexed
+    // like the attributes), in space from the context's arena. The values
+    // taken are left null.
+    void adoptLoadedValues(std::vector<Value>& values, RecordArena& arena);
+    void growValues(int needed);
+    void destroyValues();
+    int valueCount() const;
+    int slotOf(std::uint32_t bit) const;
 
     const EntityDescription& m_entity;
     ManagedObjectContext& m_context;
     std::int64_t m_primaryKey;
-    std::unique_ptr<Value[]> m_values;
+    // Only the non-null values, in attribute order: attribute i has one when
+    // bit i of m_present is set, at the slot counting the set bits below it.
+    Value* m_values = nullptr;
     std::unique_ptr<State> m_state; // committed values, relationships, flags: made on demand
+    std::uint32_t m_present = 0;
+    std::uint8_t m_capacity = 0;
+    bool m_valuesOnHeap = false; // else in the context's arena, or none
 };
 
 } // namespace qf

@@ -1,6 +1,7 @@
 #include "store/ManagedObjectContext.h"
 
 #include "store/ManagedObjectInternal.h"
+#include "store/RecordArena.h"
 
 #include <QMetaObject>
 #include <QUuid>
@@ -77,6 +78,7 @@ RawRecord rawRecordOf(const ManagedObject& object)
 
 struct ManagedObjectContext::Private {
     ObjectFactory factory;
+    RecordArena arena; // values of loaded records; outlives the tables holding them
     std::vector<std::unique_ptr<EntityTable>> tables;
     std::vector<ManagedObject*> changed; // unsaved changes, in order of first change
     std::vector<ManagedObject*> pending; // to announce, in order of first change
@@ -123,6 +125,7 @@ struct ManagedObjectContext::Private {
     void clear()
     {
         tables.clear();
+        arena.clear();
         changed.clear();
         pending.clear();
         changeLog.clear();
@@ -172,9 +175,7 @@ Status ManagedObjectContext::load()
         std::unique_ptr<ManagedObject> object = d->factory ? d->factory(*raw.entity, *this, raw.primaryKey) : nullptr;
         if (!object)
             object = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
-        const int count = std::min<int>(raw.entity->attributeCount(), static_cast<int>(raw.attributes.size()));
-        for (int i = 0; i < count; ++i)
-            object->m_values[i] = std::move(raw.attributes[i]);
+        object->adoptLoadedValues(raw.attributes, d->arena);
         maxKey = std::max(maxKey, raw.primaryKey);
         const bool linked = std::any_of(raw.relationships.begin(), raw.relationships.end(),
                                         [](const auto& keys) { return !keys.empty(); });
@@ -431,7 +432,7 @@ Status ManagedObjectContext::save()
             // A value written and written back is no change worth a row.
             bool differs = s.committedRelationships && *s.committedRelationships != s.relationships;
             for (const auto& [index, committed] : s.committed)
-                differs = differs || committed != object->m_values[index];
+                differs = differs || committed != object->primitiveValue(index);
             if (differs)
                 changes.updated.push_back(rawRecordOf(*object));
         }
@@ -471,7 +472,7 @@ void ManagedObjectContext::rollback()
             continue;
         const auto committed = std::exchange(s.committed, {});
         for (const auto& [index, value] : committed)
-            object->m_values[index] = value;
+            object->storeValue(index, value);
         if (s.committedRelationships)
             s.relationships = *std::exchange(s.committedRelationships, nullptr);
         for (const auto& [index, value] : committed)

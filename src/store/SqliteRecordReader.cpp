@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
-#include <future>
+#include <condition_variable>
+#include <mutex>
 #include <new>
-#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -33,26 +33,27 @@ std::uint64_t hashOf(std::string_view text)
 
 } // namespace
 
-TextInterner::TextInterner() : m_slots(kSlots) {}
+TextInterner::TextInterner() : m_slots(kSlots), m_empty(SharedString::fromUtf8(std::string_view())) {}
 
 SharedString TextInterner::make(std::string_view utf8)
 {
     if (utf8.empty())
-        return SharedString::empty();
+        return m_empty;
     if (!m_enabled || utf8.size() > kMaxLength)
         return SharedString::fromUtf8(utf8);
     ++m_lookups;
-    std::size_t slot = static_cast<std::size_t>(hashOf(utf8)) & (kSlots - 1);
-    while (!m_slots[slot].isNull()) {
-        if (m_slots[slot].view() == utf8) {
+    const std::uint64_t hash = hashOf(utf8);
+    std::size_t slot = static_cast<std::size_t>(hash) & (kSlots - 1);
+    while (!m_slots[slot].text.isNull()) {
+        if (m_slots[slot].hash == hash && m_slots[slot].text.view() == utf8) {
             ++m_hits;
-            return m_slots[slot];
+            return m_slots[slot].text;
         }
         slot = (slot + 1) & (kSlots - 1);
     }
     SharedString text = SharedString::fromUtf8(utf8);
     if (m_entries < kMaxEntries) {
-        m_slots[slot] = text;
+        m_slots[slot] = {hash, text};
         ++m_entries;
     }
     if (m_lookups >= 2048 && m_hits * 4 < m_lookups) {
@@ -77,6 +78,52 @@ QByteArray SqliteRecordReader::selectSql() const
     return sql;
 }
 
+namespace {
+
+// Rows read ahead by another thread, waiting for their turn: only the
+// non-null values, packed, with one bit per attribute saying which are there.
+struct PackedRows {
+    std::vector<std::int64_t> keys;
+    std::vector<std::uint32_t> present;
+    std::vector<Value> values;
+};
+
+constexpr std::size_t kMaxPackedAttributes = 32; // bits of PackedRows::present
+
+// Makes the record ready for the next row: every value null, no relationships.
+void resetRecord(RawRecord& record, const EntityDescription& entity)
+{
+    const std::size_t attributeCount = entity.attributes().size();
+    record.entity = &entity;
+    record.relationships.clear();
+    if (record.attributes.size() != attributeCount) {
+        record.attributes.clear();
+        record.attributes.resize(attributeCount);
+        return;
+    }
+    for (Value& value : record.attributes) {
+        if (value.type() != Value::Type::Null)
+            value = Value();
+    }
+}
+
+} // namespace
+
+struct SqliteRecordReader::Chunks {
+    struct Taken {
+        bool ready = false;
+        Status status;
+        PackedRows rows;
+    };
+    std::vector<KeyRange> ranges;
+    std::vector<Taken> taken;
+    std::mutex mutex;
+    std::condition_variable finished;
+    // Ranges [nextLow, nextHigh) are not taken yet.
+    std::size_t nextLow = 0;
+    std::size_t nextHigh = 0;
+};
+
 Status SqliteRecordReader::readTable(sqlite3* db, const QString& path, const RecordSink& sink)
 {
     Statement bounds;
@@ -91,45 +138,67 @@ Status SqliteRecordReader::readTable(sqlite3* db, const QString& path, const Rec
     const std::int64_t low = sqlite3_column_int64(bounds.get(), 0);
     const std::int64_t high = sqlite3_column_int64(bounds.get(), 1);
 
-    // Decoding a million rows of some thirty columns costs more than a
-    // second on one core; split by key (keys are nearly dense) so the cores
-    // share it. Small tables are not worth a thread.
+    // Decoding a million rows of some thirty columns takes about a second
+    // on one core; split by key (keys are nearly dense) so the cores share
+    // it. Small tables are not worth a thread.
     constexpr std::int64_t kRowsPerThread = 100000;
+    constexpr std::int64_t kRowsPerChunk = 32768;
     const std::int64_t span = high - low;
-    const int cores = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 4u));
-    const int parts = span < kRowsPerThread ? 1 : static_cast<int>(std::min<std::int64_t>(cores, span / kRowsPerThread + 1));
-    const std::int64_t step = span / parts + 1;
-    std::vector<KeyRange> ranges;
-    for (int i = 0; i < parts; ++i)
-        ranges.push_back({low + i * step, i == parts - 1 ? high : low + (i + 1) * step - 1});
+    const int threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 4u)) - 1;
+    if (span < kRowsPerThread || threads < 1 || m_entity.attributes().size() > kMaxPackedAttributes)
+        return readRange(db, {low, high}, sink);
 
-    std::vector<std::optional<std::future<Result<std::vector<RawRecord>>>>> workers(ranges.size());
-    for (std::size_t i = 1; i < ranges.size(); ++i) {
+    Chunks chunks;
+    for (std::int64_t first = low; first <= high; first += kRowsPerChunk)
+        chunks.ranges.push_back({first, std::min(high, first + kRowsPerChunk - 1)});
+    chunks.taken.resize(chunks.ranges.size());
+    chunks.nextHigh = chunks.ranges.size();
+
+    std::vector<std::thread> workers;
+    for (int i = 0; i < threads; ++i) {
         try {
-            workers[i] = std::async(std::launch::async, [this, &path, range = ranges[i]] {
-                return readRangeSeparately(path, range);
-            });
+            workers.emplace_back([this, &path, &chunks] { readChunksSeparately(path, chunks); });
         } catch (const std::system_error&) {
-            // No thread to be had: this range is read here afterwards.
+            break; // no thread to be had: this one reads more
         }
     }
-    Status status = readRange(db, ranges[0], sink);
-    for (std::size_t i = 1; i < ranges.size(); ++i) {
-        if (!workers[i]) {
-            if (status)
-                status = readRange(db, ranges[i], sink);
+
+    Status status;
+    RawRecord record;
+    for (std::size_t i = 0; i < chunks.ranges.size() && status; ++i) {
+        std::unique_lock lock(chunks.mutex);
+        if (i < chunks.nextHigh) {
+            chunks.nextLow = i + 1;
+            lock.unlock();
+            status = readRange(db, chunks.ranges[i], sink);
             continue;
         }
-        Result<std::vector<RawRecord>> records = workers[i]->get(); // always joined, also after a failure
-        if (!status)
-            continue;
-        if (!records) {
-            status = records.error();
-            continue;
+        chunks.finished.wait(lock, [&] { return chunks.taken[i].ready; });
+        Chunks::Taken taken = std::move(chunks.taken[i]);
+        lock.unlock();
+        if (!taken.status) {
+            status = taken.status;
+            break;
         }
-        for (RawRecord& record : *records)
+        std::size_t next = 0;
+        for (std::size_t row = 0; row < taken.rows.keys.size(); ++row) {
+            resetRecord(record, m_entity);
+            record.primaryKey = taken.rows.keys[row];
+            const std::uint32_t present = taken.rows.present[row];
+            for (std::size_t a = 0; a < record.attributes.size(); ++a) {
+                if (present & (1u << a))
+                    record.attributes[a] = std::move(taken.rows.values[next++]);
+            }
             sink(std::move(record));
+        }
     }
+    {
+        // After a failure nobody takes more; what is under way finishes.
+        std::lock_guard lock(chunks.mutex);
+        chunks.nextHigh = std::min(chunks.nextHigh, chunks.nextLow);
+    }
+    for (std::thread& worker : workers)
+        worker.join();
     return status;
 }
 
@@ -143,36 +212,67 @@ Status SqliteRecordReader::readRange(sqlite3* db, KeyRange range, const RecordSi
     return readAll(db, select.get(), sink);
 }
 
-Result<std::vector<RawRecord>> SqliteRecordReader::readRangeSeparately(const QString& path, KeyRange range) const
+void SqliteRecordReader::readChunksSeparately(const QString& path, Chunks& chunks) const
 {
     SqliteRecordReader reader(m_entity, m_columns);
     sqlite3* db = openConnection(path, SQLITE_OPEN_READONLY);
-    std::vector<RawRecord> records;
-    Status status = db && sqlite3_errcode(db) == SQLITE_OK ? exec(db, "BEGIN") : failure(db, m_entity.name());
-    execBestEffort(db, "PRAGMA mmap_size=1073741824");
-    try {
-        if (status)
-            status = reader.readRange(db, range, [&](RawRecord&& record) { records.push_back(std::move(record)); });
-    } catch (const std::bad_alloc&) {
-        status = Status::failure(QStringLiteral("out of memory"));
+    // A connection that cannot read leaves every range to the calling thread.
+    if (db && sqlite3_errcode(db) == SQLITE_OK && exec(db, "BEGIN")) {
+        execBestEffort(db, "PRAGMA mmap_size=1073741824");
+        const std::size_t attributeCount = m_entity.attributes().size();
+        for (;;) {
+            std::size_t index;
+            {
+                std::lock_guard lock(chunks.mutex);
+                if (chunks.nextLow >= chunks.nextHigh)
+                    break;
+                index = --chunks.nextHigh;
+            }
+            PackedRows rows;
+            Status status;
+            try {
+                const KeyRange range = chunks.ranges[index];
+                rows.keys.reserve(static_cast<std::size_t>(range.last - range.first + 1));
+                rows.present.reserve(rows.keys.capacity());
+                rows.values.reserve(rows.keys.capacity() * attributeCount / 2);
+                status = reader.readRange(db, range, [&](RawRecord&& record) {
+                    std::uint32_t present = 0;
+                    for (std::size_t a = 0; a < record.attributes.size(); ++a) {
+                        if (!record.attributes[a].isNull()) {
+                            present |= 1u << a;
+                            rows.values.push_back(std::move(record.attributes[a]));
+                        }
+                    }
+                    rows.keys.push_back(record.primaryKey);
+                    rows.present.push_back(present);
+                });
+            } catch (const std::bad_alloc&) {
+                status = Status::failure(QStringLiteral("out of memory"));
+                rows = {};
+            }
+            {
+                std::lock_guard lock(chunks.mutex);
+                chunks.taken[index].rows = std::move(rows);
+                chunks.taken[index].status = status;
+                chunks.taken[index].ready = true;
+            }
+            chunks.finished.notify_all();
+        }
+        execBestEffort(db, "COMMIT");
     }
-    execBestEffort(db, "COMMIT");
     sqlite3_close(db);
-    if (!status)
-        return status.error();
-    return records;
 }
 
 Status SqliteRecordReader::readAll(sqlite3* db, sqlite3_stmt* select, const RecordSink& sink)
 {
     const auto& attributes = m_entity.attributes();
-    const std::size_t attributeCount = attributes.size();
+    // One record serves every row: a sink that takes the values leaves them
+    // null, so the next row needs neither a new array nor 26 releases.
+    RawRecord record;
     int rc;
     while ((rc = sqlite3_step(select)) == SQLITE_ROW) {
-        RawRecord record;
-        record.entity = &m_entity;
+        resetRecord(record, m_entity);
         record.primaryKey = sqlite3_column_int64(select, 0);
-        record.attributes.resize(attributeCount);
         for (std::size_t c = 0; c < m_columns.size(); ++c) {
             // One column call per value: each sqlite3_column_* call has a
             // fixed cost that adds up over tens of millions of values.

@@ -26,7 +26,16 @@ private:
     static constexpr std::size_t kMaxEntries = 4096;
     static constexpr std::size_t kMaxLength = 96;
 
-    std::vector<SharedString> m_slots;
+    // The hash beside the text: a probe that misses never reads the text,
+    // which lives elsewhere in memory.
+    struct Slot {
+        std::uint64_t hash = 0;
+        SharedString text;
+    };
+    std::vector<Slot> m_slots;
+    // Each reader's own empty text: one shared by all threads would make
+    // its count a point of contention between them.
+    SharedString m_empty;
     std::size_t m_entries = 0;
     std::size_t m_lookups = 0;
     std::size_t m_hits = 0;
@@ -39,23 +48,24 @@ public:
     SqliteRecordReader(const EntityDescription& entity, std::vector<int> columns);
 
     // Every row of the table in key order. A large table is read in key
-    // ranges on further read-only connections to the file at path, one
-    // thread each; the sink still gets every record on the calling thread,
-    // in key order. The store's writes come from the thread calling this,
-    // so the connections see the same data.
+    // ranges: this thread takes them from the start, further threads (on
+    // read-only connections of their own to the file at path) from the end,
+    // until they meet, so the work evens out by itself. The sink still gets
+    // every record on the calling thread, in key order. The store's writes
+    // come from the thread calling this, so the connections see the same data.
     Status readTable(sqlite3* db, const QString& path, const RecordSink& sink);
 
 private:
     struct KeyRange {
         std::int64_t first, last;
     };
+    struct Chunks;
     QByteArray selectSql() const;
     Status readRange(sqlite3* db, KeyRange range, const RecordSink& sink);
     // Steps the prepared select to its end, handing each row to the sink.
     Status readAll(sqlite3* db, sqlite3_stmt* select, const RecordSink& sink);
-    // Reads a range on a connection of its own, for another thread.
-    Result<std::vector<RawRecord>> readRangeSeparately(const QString& path, KeyRange range) const;
-
+    // Takes ranges from the end until none is left, for another thread.
+    void readChunksSeparately(const QString& path, Chunks& chunks) const;
 
     const EntityDescription& m_entity;
     std::vector<int> m_columns;

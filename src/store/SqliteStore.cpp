@@ -119,14 +119,20 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, Mode
     // part of its header, stays as it is.
     if (layout == Layout::Current && !sqlite3_db_readonly(db, "main"))
         execBestEffort(db, "PRAGMA journal_mode=WAL");
-    // Loading reads every page once; mapping the file saves a copy per page.
-    execBestEffort(db, "PRAGMA mmap_size=1073741824");
     return std::unique_ptr<SqliteStore>(new SqliteStore(path, layout, db, std::move(*metadata)));
 }
 
 Status SqliteStore::load(const RecordSink& sink)
 {
     const auto& entities = ManagedObjectModel::shared().entities();
+    // Loading reads every page once; mapping the file saves a copy per page.
+    // The mapping ends with the load: kept, it would hold the whole file in
+    // the process's memory for nothing, as saves write only a few pages.
+    struct FileMapping {
+        sqlite3* db;
+        explicit FileMapping(sqlite3* connection) : db(connection) { execBestEffort(db, "PRAGMA mmap_size=1073741824"); }
+        ~FileMapping() { execBestEffort(db, "PRAGMA mmap_size=0"); }
+    } mapping(m_db);
     // One read transaction: a consistent snapshot, and no lock taken per statement.
     if (Status begun = exec(m_db, "BEGIN"); !begun)
         return begun;

@@ -9,6 +9,8 @@
 
 #include <QStringList>
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace qf {
@@ -33,6 +35,7 @@ struct TransKeys {
     int amount = transEntity().indexOfKey(u"trans_amount");
     int date = transEntity().indexOfKey(u"trans_date");
     int keywords = transEntity().indexOfKey(u"trans_keywords");
+    int isUpcoming = transEntity().indexOfKey(u"trans_isUpcoming");
 };
 
 const TransKeys& transKeys()
@@ -250,6 +253,50 @@ int compareTexts(const SortEntry& a, const SortEntry& b)
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
 }
 
+// A number as an unsigned key in the reverse order of the numbers, so that
+// ascending keys put the largest first. Nil (-inf) sorts last, NaN with it.
+std::uint64_t descendingKey(double number)
+{
+    if (std::isnan(number))
+        number = -std::numeric_limits<double>::infinity();
+    if (number == 0)
+        number = 0; // -0 and 0 are one number
+    std::uint64_t bits;
+    std::memcpy(&bits, &number, sizeof bits);
+    const std::uint64_t ascending = (bits & (1ull << 63)) ? ~bits : bits | (1ull << 63);
+    return ~ascending;
+}
+
+// Largest first; equal numbers by the text key (when there is one), then in
+// the order given. Sixteen-byte entries: a million of them sort several
+// times faster than entries that carry the texts along, and ties are rare.
+void sortByNumber(std::vector<ManagedObject*>& records, int numberKey, int textKey)
+{
+    struct Entry {
+        std::uint64_t key;
+        std::size_t index;
+    };
+    std::vector<Entry> entries(records.size());
+    for (std::size_t i = 0; i < records.size(); ++i)
+        entries[i] = {descendingKey(numberOf(*records[i], numberKey)), i};
+    std::sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
+        if (a.key != b.key)
+            return a.key < b.key;
+        if (textKey >= 0) {
+            SortEntry ta{0, {}, false, nullptr}, tb{0, {}, false, nullptr};
+            ta.text = textOf(*records[a.index], textKey, &ta.textIsNull);
+            tb.text = textOf(*records[b.index], textKey, &tb.textIsNull);
+            if (const int c = compareTexts(ta, tb))
+                return c < 0;
+        }
+        return a.index < b.index;
+    });
+    std::vector<ManagedObject*> sorted(records.size());
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        sorted[i] = records[entries[i].index];
+    records = std::move(sorted);
+}
+
 } // namespace
 
 void TransactionQuery::sortTransactions(std::vector<ManagedObject*>& transactions, const QString& sortTitle)
@@ -258,29 +305,19 @@ void TransactionQuery::sortTransactions(std::vector<ManagedObject*>& transaction
     const bool byTitle = sortTitle == QLatin1String("Title");
     const bool byAmount = sortTitle == QLatin1String("Amount");
     const bool byTags = sortTitle == QLatin1String("Tags");
+    if (!byTitle && !byTags) {
+        sortByNumber(transactions, byAmount ? k.amount : k.date, byAmount ? -1 : k.title);
+        return;
+    }
     std::vector<SortEntry> entries;
     entries.reserve(transactions.size());
     for (ManagedObject* t : transactions) {
         SortEntry e{0, {}, false, t};
-        if (!byTitle && !byTags)
-            e.number = numberOf(*t, byAmount ? k.amount : k.date);
-        if (!byAmount)
-            e.text = textOf(*t, byTags ? k.keywords : k.title, &e.textIsNull);
+        e.text = textOf(*t, byTags ? k.keywords : k.title, &e.textIsNull);
         entries.push_back(e);
     }
-    auto by = [&](auto less) { std::stable_sort(entries.begin(), entries.end(), less); };
-    if (byTitle || byTags) {
-        by([](const SortEntry& a, const SortEntry& b) { return compareTexts(a, b) < 0; });
-    } else if (byAmount) {
-        by([](const SortEntry& a, const SortEntry& b) { return a.number > b.number; });
-    } else {
-        // Newest first; one day's records by title.
-        by([](const SortEntry& a, const SortEntry& b) {
-            if (a.number != b.number)
-                return a.number > b.number;
-            return compareTexts(a, b) < 0;
-        });
-    }
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const SortEntry& a, const SortEntry& b) { return compareTexts(a, b) < 0; });
     for (std::size_t i = 0; i < entries.size(); ++i)
         transactions[i] = entries[i].record;
 }
@@ -290,7 +327,21 @@ Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transacti
     Balances b;
     const int amountKey = transKeys().amount;
     b.count = transactions.size();
-    for (const ManagedObject* t : transactions) {
+    const int upcomingKey = transKeys().isUpcoming;
+    // Sorted lists visit records in no order of memory: asking for records,
+    // and then for the values the sum reads, a little ahead overlaps their
+    // cache misses.
+    constexpr std::size_t kAhead = 8;
+    const std::size_t count = transactions.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i + 2 * kAhead < count)
+            __builtin_prefetch(transactions[i + 2 * kAhead]);
+        if (i + kAhead < count) {
+            const ManagedObject* ahead = transactions[i + kAhead];
+            __builtin_prefetch(&ahead->primitiveValue(amountKey));
+            __builtin_prefetch(&ahead->primitiveValue(upcomingKey));
+        }
+        const ManagedObject* t = transactions[i];
         const double amount = decimalAmount(t->value(amountKey).toDouble());
         b.total += amount;
         if (amount > 0)

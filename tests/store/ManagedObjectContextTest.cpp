@@ -328,3 +328,83 @@ TEST_F(ContextTest, AnnouncesOncePerEventWithWhatChanged)
     EXPECT_EQ(m_announced[1].updated.size(), 1u);
     EXPECT_EQ(titles(m_context->objects(model().trans())), "Rent,Salary,Coffee");
 }
+
+// Records keep only their non-null values, packed in attribute order: writes
+// that add or drop a value in the middle must leave the others where they read.
+TEST_F(ContextTest, NullAndEmptyValuesThroughWritesUndoAndRollback)
+{
+    const EntityDescription& e = model().trans();
+    const int uniqueID = e.indexOfAttribute(u"trans_uniqueID");
+    const int notes = e.indexOfAttribute(u"trans_notes");
+    const int last = e.attributeCount() - 1;
+    ManagedObject* rent = trans(0);
+    UndoManager& undo = m_context->undoManager();
+
+    // A null value reads as a shared null, also through the stored-value path.
+    EXPECT_TRUE(rent->primitiveValue(notes).isNull());
+    const Value* stored = rent->storedValueForKeyIndex(notes);
+    ASSERT_NE(stored, nullptr);
+    EXPECT_TRUE(stored->isNull());
+
+    // The empty text is a value of its own, not null.
+    rent->setValue(notes, Value(""));
+    EXPECT_FALSE(rent->primitiveValue(notes).isNull());
+    EXPECT_EQ(rent->primitiveValue(notes).type(), Value::Type::String);
+    EXPECT_TRUE(rent->isUpdated());
+
+    // Values around it stay put while values come and go on both sides.
+    rent->setValue(uniqueID, Value("ID-1"));
+    rent->setValue(last, Value::boolean(true));
+    EXPECT_EQ(rent->primitiveValue(m_title), Value("Rent"));
+    EXPECT_EQ(rent->primitiveValue(m_amount), Value(-500.0));
+    EXPECT_EQ(rent->primitiveValue(uniqueID), Value("ID-1"));
+    EXPECT_EQ(rent->primitiveValue(last), Value::boolean(true));
+    rent->setValue(m_title, Value());
+    EXPECT_TRUE(rent->primitiveValue(m_title).isNull());
+    EXPECT_EQ(rent->primitiveValue(m_amount), Value(-500.0));
+    EXPECT_EQ(rent->primitiveValue(uniqueID), Value("ID-1"));
+    EXPECT_EQ(rent->committedValue(m_title), Value("Rent"));
+    EXPECT_TRUE(rent->committedValue(notes).isNull());
+    m_context->processPendingChanges();
+
+    // Undo brings back both the null and the text it replaced.
+    undo.undo();
+    EXPECT_EQ(rent->primitiveValue(m_title), Value("Rent"));
+    EXPECT_TRUE(rent->primitiveValue(notes).isNull());
+    EXPECT_TRUE(rent->primitiveValue(uniqueID).isNull());
+    EXPECT_TRUE(rent->primitiveValue(last).isNull());
+    undo.redo();
+    EXPECT_TRUE(rent->primitiveValue(m_title).isNull());
+    EXPECT_EQ(rent->primitiveValue(notes), Value(""));
+
+    // A saved null stays null; rollback restores the saved values exactly.
+    ASSERT_TRUE(m_context->save());
+    const RawRecord* saved = m_store->record(e, 3);
+    ASSERT_NE(saved, nullptr);
+    EXPECT_TRUE(saved->attributes[m_title].isNull());
+    EXPECT_EQ(saved->attributes[notes], Value(""));
+    rent->setValue(m_title, Value("Back"));
+    rent->setValue(notes, Value());
+    rent->setValue(m_amount, Value());
+    m_context->rollback();
+    EXPECT_TRUE(rent->primitiveValue(m_title).isNull());
+    EXPECT_EQ(rent->primitiveValue(notes), Value(""));
+    EXPECT_EQ(rent->primitiveValue(m_amount), Value(-500.0));
+    EXPECT_FALSE(m_context->hasChanges());
+}
+
+// A record filled value by value grows its packed storage past every size.
+TEST(ContextWithoutStore, RecordTakesEveryAttributeOneByOne)
+{
+    ManagedObjectContext context;
+    const EntityDescription& vault = ManagedObjectModel::shared().vault();
+    ManagedObject* record = context.insertNewObject(vault);
+    for (int i = vault.attributeCount() - 1; i >= 0; --i)
+        record->setValue(i, Value(QString::number(i)));
+    for (int i = 0; i < vault.attributeCount(); ++i)
+        EXPECT_EQ(record->primitiveValue(i), vault.coerce(i, Value(QString::number(i)))) << i;
+    for (int i = 0; i < vault.attributeCount(); i += 2)
+        record->setPrimitiveValue(i, Value());
+    for (int i = 0; i < vault.attributeCount(); ++i)
+        EXPECT_EQ(record->primitiveValue(i).isNull(), i % 2 == 0) << i;
+}

@@ -294,17 +294,23 @@ TEST(SqliteStore, WideKeyRangesLoadCompleteAndInKeyOrder)
         ChangeSet changes;
         for (std::size_t i = 0; i < keys.size(); ++i) {
             const std::int64_t key = keys[(i * 37) % keys.size()]; // not in key order
-            changes.inserted.push_back(makeRecord(model().trans(), key, {{"trans_title", QString::number(key)}}));
+            // Values with nulls between them: ranges read ahead travel packed.
+            changes.inserted.push_back(makeRecord(model().trans(), key,
+                                                  {{"trans_title", QString::number(key)},
+                                                   {"trans_isPending", Value::boolean(key % 2 == 0)}}));
         }
         ASSERT_TRUE(store->save(changes, keys.back() + 1).isOk());
     }
     auto store = openStore(path);
     ASSERT_TRUE(store);
+    const std::size_t pending = static_cast<std::size_t>(model().trans().indexOfAttribute(u"trans_isPending"));
     std::vector<std::int64_t> loaded;
     bool titlesMatch = true;
     for (const RawRecord& record : loadAll(*store)) {
         loaded.push_back(record.primaryKey);
-        titlesMatch = titlesMatch && record.attributes[1].toString() == QString::number(record.primaryKey);
+        titlesMatch = titlesMatch && record.attributes[1].toString() == QString::number(record.primaryKey)
+                      && record.attributes[pending] == Value::boolean(record.primaryKey % 2 == 0)
+                      && record.attributes[0].isNull() && record.attributes[2].isNull();
     }
     EXPECT_EQ(loaded, keys);
     EXPECT_TRUE(titlesMatch);
