@@ -405,7 +405,7 @@ void Quillfen_AppDelegate::applicationWillTerminate()
     }
 }
 
-void Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)
+qint64 Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)
 {
     m_saveWhenQuit = false;
     qputenv("LAUNCH_PATH", launchPath.toLocal8Bit());
@@ -420,9 +420,12 @@ void Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)
     job.setArguments({QStringLiteral("-c"), script});
     job.setStandardOutputFile(QProcess::nullDevice());
     job.setStandardErrorFile(QProcess::nullDevice());
-    job.startDetached();
+    qint64 jobID = 0;
+    if (!job.startDetached(&jobID))
+        jobID = 0;
     if (QCoreApplication::instance())
         QCoreApplication::exit(0);
+    return jobID;
 }
 
 } // namespace qf

@@ -100,8 +100,9 @@ public:
     void applicationWillTerminate();
 
     // Quits without saving and starts the program at launchPath again once
-    // this process has gone.
-    void restartWithoutSaving(const QString& launchPath);
+    // this process has gone. Returns the waiting job's process ID (0 when it
+    // could not be started).
+    qint64 restartWithoutSaving(const QString& launchPath);
     bool saveWhenQuit() const { return m_saveWhenQuit; }
 
     // Selection of the source list, read by record classes (transfer bills).

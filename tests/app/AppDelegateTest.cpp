@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <csignal>
+#include <sys/types.h>
 #include <gtest/gtest.h>
 
 using namespace qf;
@@ -259,4 +261,22 @@ TEST(AppDelegate, QuittingRemovesAttachmentsOfDeletedTransactionsAndSaves)
               Quillfen_AppDelegate::TerminateReply::Now);
     EXPECT_EQ(Quillfen_AppDelegate::replyToSaveFailedAlert(Quillfen_AppDelegate::SaveFailedButton::Quit),
               Quillfen_AppDelegate::TerminateReply::Cancel);
+}
+
+TEST(AppDelegate, RestartWithoutSavingLeavesTheFilesAsTheyAre)
+{
+    TempLedger ledger;
+    ledger.launch();
+    ASSERT_TRUE(ledger.delegate().saveAction());
+    const QByteArray saved = readFile(ledger.storePath());
+    ledger.addTransaction(QStringLiteral("Never written"), -1);
+
+    const qint64 job = ledger.delegate().restartWithoutSaving(QStringLiteral("/bin/true"));
+    ASSERT_GT(job, 0);
+    EXPECT_EQ(qgetenv("LAUNCH_PATH"), QByteArray("/bin/true"));
+    EXPECT_FALSE(ledger.delegate().saveWhenQuit());
+    EXPECT_EQ(ledger.delegate().applicationShouldTerminate(), Quillfen_AppDelegate::TerminateReply::Now);
+    EXPECT_EQ(readFile(ledger.storePath()), saved);
+    // The job waits for this process to end; the test stops it instead.
+    EXPECT_EQ(::kill(static_cast<pid_t>(job), SIGTERM), 0);
 }
