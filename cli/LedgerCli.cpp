@@ -9,6 +9,7 @@
 #include "planning/Recurrence.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
+#include "views/SourceListRows.h"
 #include "views/TransactionQuery.h"
 #include "views/TransactionIndexes.h"
 
@@ -103,7 +104,11 @@ int LedgerCli::info(const CommandLine& line)
 int LedgerCli::vaults(const CommandLine& line)
 {
     const QString type = line.value(QStringLiteral("type"));
-    for (ManagedObject* vault : VaultLibrary::sourceListOrder(*m_delegate.managedObjectContext())) {
+    const QString size = QStringLiteral("Large");
+    for (const SourceListRow& row : SourceListRows::build(*m_delegate.managedObjectContext(), size)) {
+        if (row.isHeader())
+            continue;
+        ManagedObject* vault = row.vault;
         const QString vaultType = vault->valueForKey(u"vault_type").toString();
         if (!type.isEmpty() && vaultType != type)
             continue;

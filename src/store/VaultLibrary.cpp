@@ -103,19 +103,4 @@ void VaultLibrary::ensureFixedVaults(ManagedObjectContext& context, const Record
         insertFixedVault(context, environment, VaultType::Untagged, VaultType::Untagged);
 }
 
-std::vector<ManagedObject*> VaultLibrary::sourceListOrder(const ManagedObjectContext& context)
-{
-    std::vector<ManagedObject*> ordered;
-    for (const QString* type : {&VaultType::MasterVault, &VaultType::BillManager, &VaultType::Untagged,
-                                &VaultType::Account, &VaultType::Budget, &VaultType::Sharing, &VaultType::Playlist,
-                                &VaultType::SmartPlaylist, &VaultType::IPod}) {
-        std::vector<ManagedObject*> vaults = vaultsOfType(context, *type);
-        // The library rows hold one vault each.
-        if (type == &VaultType::MasterVault || type == &VaultType::BillManager || type == &VaultType::Untagged)
-            vaults.resize(std::min<std::size_t>(vaults.size(), 1));
-        ordered.insert(ordered.end(), vaults.begin(), vaults.end());
-    }
-    return ordered;
-}
-
 } // namespace qf

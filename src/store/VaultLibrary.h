@@ -39,10 +39,6 @@ public:
     // date added, the type, both filters "FilterAll".
     static ManagedObject* insertVault(ManagedObjectContext& context, const RecordEnvironment& environment,
                                       const QString& type, const QString& title);
-
-    // All vaults in source-list order: library (library, bills, untagged),
-    // accounts, budgets, shares, folders, smart folders, iPods.
-    static std::vector<ManagedObject*> sourceListOrder(const ManagedObjectContext& context);
 };
 
 } // namespace qf

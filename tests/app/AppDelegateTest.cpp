@@ -3,6 +3,7 @@
 #include "store/SqliteStore.h"
 #include "store/StoreOpener.h"
 #include "store/VaultLibrary.h"
+#include "views/SourceListRows.h"
 #include "support/TempLedger.h"
 
 #include <QDir>
@@ -21,9 +22,11 @@ namespace {
 QString vaultSummary(ManagedObjectContext& context)
 {
     QStringList rows;
-    for (ManagedObject* vault : VaultLibrary::sourceListOrder(context))
-        rows << vault->valueForKey(u"vault_type").toString() + QLatin1Char('/') +
-                    vault->valueForKey(u"vault_title").toString();
+    for (const SourceListRow& row : SourceListRows::build(context, QStringLiteral("Large"))) {
+        if (!row.isHeader())
+            rows << row.vault->valueForKey(u"vault_type").toString() + QLatin1Char('/') +
+                        row.vault->valueForKey(u"vault_title").toString();
+    }
     return rows.join(QStringLiteral(", "));
 }
 
