@@ -5,6 +5,7 @@
 #include "common/AmountFormatter.h"
 #include "common/Money.h"
 #include "common/QFNSStringCategory.h"
+#include "editing/AccountRecords.h"
 #include "editing/TransactionRecords.h"
 #include "planning/Recurrence.h"
 #include "store/ManagedObjectContext.h"
@@ -172,25 +173,19 @@ int LedgerCli::addVault(const CommandLine& line)
     }
 
     ManagedObjectContext& context = *m_delegate.managedObjectContext();
-    ManagedObject* vault = VaultLibrary::insertVault(context, m_delegate, type, title);
+    ManagedObject* vault = nullptr;
     if (type == VaultType::Account) {
-        vault->setValueForKey(u"vault_accountBankName", Value(line.value(QStringLiteral("bank"), QStringLiteral(""))));
-        vault->setValueForKey(u"vault_accountType",
-                              Value(line.value(QStringLiteral("account-type"), QStringLiteral("Checking"))));
-        vault->setValueForKey(u"vault_accountURL",
-                              Value(QFNSStringCategory::makeHTTPURL(line.value(QStringLiteral("url"), QStringLiteral("")))));
-        vault->setValueForKey(u"vault_accountInitialAmount", Value(initial));
-        if (initial != 0) {
-            TransactionDraft deposit;
-            deposit.title = QStringLiteral("Initial Deposit (%1)").arg(title);
-            deposit.amount = initial;
-            deposit.date = m_delegate.now();
-            deposit.accountID = vault->valueForKey(u"vault_uniqueID").toString();
-            ManagedObject* record = TransactionRecords::insert(context, m_delegate, deposit);
-            record->setValueForKey(u"trans_isInitalAccountAmount", Value::boolean(true));
-        }
-    } else if (type == VaultType::Playlist || type == VaultType::SmartPlaylist) {
-        vault->setValueForKey(u"vault_shouldPublish", Value::boolean(line.has(QStringLiteral("share"))));
+        AccountDetails details;
+        details.title = title;
+        details.bankName = line.value(QStringLiteral("bank"));
+        details.accountType = line.value(QStringLiteral("account-type"), details.accountType);
+        details.url = line.value(QStringLiteral("url"));
+        details.initialAmount = initial;
+        vault = AccountRecords::createAccount(context, m_delegate, details);
+    } else {
+        vault = VaultLibrary::insertVault(context, m_delegate, type, title);
+        if (type == VaultType::Playlist || type == VaultType::SmartPlaylist)
+            vault->setValueForKey(u"vault_shouldPublish", Value::boolean(line.has(QStringLiteral("share"))));
     }
     m_out << vault->valueForKey(u"vault_uniqueID").toString() << Qt::endl;
     return Success;
