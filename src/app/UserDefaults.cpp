@@ -22,7 +22,10 @@ UserDefaults& UserDefaults::standard()
 void UserDefaults::registerDefaults()
 {
     using namespace DefaultsKey;
-    const QString firstLocale = QLocale::system().name();
+    // "C" and "POSIX" name no country: amounts would show a generic currency sign.
+    QString firstLocale = QLocale::system().name();
+    if (firstLocale == QLatin1String("C") || firstLocale == QLatin1String("POSIX"))
+        firstLocale = QStringLiteral("en_US");
     registerDefaults({
         {ShouldUseAnimation, true},
         {ShouldUseVoiceRecognition, true},

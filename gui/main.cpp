@@ -1,0 +1,59 @@
+#include "app/Quillfen_AppDelegate.h"
+#include "app/UserDefaults.h"
+#include "app/ui/MainWindow.h"
+
+#include <QApplication>
+#include <QMessageBox>
+#include <QStyleFactory>
+#include <cstdio>
+
+using namespace qf;
+
+namespace {
+
+// Without a display Qt would abort with a terse message; say what is wrong.
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (!hasDisplay()) {
+        std::fprintf(stderr, "quillfen: no display to show the window on (DISPLAY and WAYLAND_DISPLAY are not set).\n"
+                             "Run it in a desktop session, or use build/bin/quillfen-cli from a shell.\n");
+        return 1;
+    }
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Quillfen"));
+    QApplication::setApplicationName(QStringLiteral("Quillfen"));
+    QApplication::setApplicationVersion(QStringLiteral(QUILLFEN_VERSION));
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+
+    UserDefaults::standard().registerDefaults();
+    if (QApplication::arguments().contains(QStringLiteral("--example")))
+        UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, true);
+    Quillfen_AppDelegate delegate;
+    const QStringList arguments = app.arguments();
+    for (int i = 1; i + 1 < arguments.size(); ++i) {
+        if (arguments.at(i) == QLatin1String("--data-dir"))
+            delegate.setDataFolderOverride(arguments.at(i + 1));
+    }
+    delegate.managedObjectContext();
+    if (delegate.storeError()) {
+        QMessageBox::critical(nullptr, QObject::tr("Could Not Open the Ledger"), delegate.storeError()->describe());
+    }
+    delegate.applicationDidFinishLaunching();
+
+    MainWindow window(delegate);
+    for (const QString& argument : arguments.mid(1)) {
+        if (!argument.startsWith(QLatin1String("--")))
+            delegate.openFile(argument);
+    }
+    window.setupSourceList();
+    window.show();
+    return app.exec();
+}

@@ -1,0 +1,213 @@
+#include "app/ui/MainWindow.h"
+
+#include "app/Quillfen_AppDelegate.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+#include "views/SourceListRows.h"
+#include "views/ui/IconLibrary.h"
+#include "views/ui/LibraryController.h"
+#include "views/ui/SourceController.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QKeySequence>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QStatusBar>
+#include <QTableView>
+
+namespace qf {
+
+MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
+    : QMainWindow(parent), m_delegate(delegate), m_source(new SourceController(delegate, this)),
+      m_library(new LibraryController(delegate, this)), m_views(new QStackedWidget(this)),
+      m_otherView(new QLabel(this)), m_status(new QLabel(this))
+{
+    setWindowTitle(QStringLiteral("Quillfen"));
+    setWindowIcon(quillfenIcon(QStringLiteral("quillfen")));
+    m_otherView->setAlignment(Qt::AlignCenter);
+    m_otherView->setWordWrap(true);
+    m_views->addWidget(m_library);
+    m_views->addWidget(m_otherView);
+
+    auto* splitter = new QSplitter(this);
+    splitter->addWidget(m_source);
+    splitter->addWidget(m_views);
+    splitter->setStretchFactor(1, 1);
+    splitter->setSizes({210, 790});
+    splitter->setChildrenCollapsible(false);
+    setCentralWidget(splitter);
+    statusBar()->addWidget(m_status, 1);
+    resize(1100, 700);
+
+    buildMenus();
+    connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
+    connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
+    connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
+    connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
+    connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
+    connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
+}
+
+void MainWindow::buildMenus()
+{
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("New Account…"), this, [this] { m_source->newVault(VaultType::Account); });
+    file->addAction(tr("New Budget…"), this, [this] { m_source->newVault(VaultType::Budget); });
+    file->addAction(tr("New Folder…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_N), this,
+                    [this] { m_source->newVault(VaultType::Playlist); });
+    file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
+    file->addSeparator();
+    file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
+    file->addSeparator();
+    QAction* quit = file->addAction(tr("Quit"), QKeySequence::Quit, this, &QWidget::close);
+    quit->setMenuRole(QAction::QuitRole);
+
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    m_undo = edit->addAction(tr("Undo"), QKeySequence::Undo, this, &MainWindow::undo);
+    m_redo = edit->addAction(tr("Redo"), QKeySequence::Redo, this, &MainWindow::redo);
+    edit->addSeparator();
+    edit->addAction(tr("Find"), QKeySequence::Find, this, [this] {
+        m_library->searchField()->setFocus();
+        m_library->searchField()->selectAll();
+    });
+    edit->addSeparator();
+    m_removeVault = edit->addAction(tr("Remove Item from Sidebar…"), this, [this] { m_source->removeVault(); });
+
+    QMenu* transactions = menuBar()->addMenu(tr("&Transactions"));
+    QAction* remove = transactions->addAction(tr("Delete"), QKeySequence::Delete, this,
+                                              [this] { m_library->removeTransaction(); });
+    // Delete acts on the list only: the search field keeps its own Delete key.
+    remove->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    m_library->tableView()->addAction(remove);
+    transactions->addAction(tr("Duplicate"), QKeySequence(Qt::CTRL | Qt::Key_D), this, [this] { m_library->duplicate(); });
+    transactions->addAction(tr("Mark as Pending"), this, [this] { m_library->markAsPending(); });
+    transactions->addAction(tr("Reconcile…"), this, [this] { m_library->reconcileSelected(); });
+
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    m_iconSize = view->addAction(m_source->toggleIconSizeTitle(), this, [this] {
+        m_source->toggleVaultIconSize();
+        m_iconSize->setText(m_source->toggleIconSizeTitle());
+    });
+
+    QMenu* help = menuBar()->addMenu(tr("&Help"));
+    help->addAction(tr("About Quillfen"), this, &MainWindow::openAboutBox);
+    updateCommands();
+}
+
+void MainWindow::setupSourceList()
+{
+    m_source->refreshSourceTable();
+    const QString toOpen = m_delegate.transIDToOpen();
+    if (!toOpen.isEmpty()) {
+        const auto libraries = m_delegate.fetchVaultObjectsWithType(VaultType::MasterVault);
+        if (!libraries.empty())
+            m_source->selectControllerWithID(libraries.front()->valueForKey(u"vault_uniqueID").toString());
+        m_library->selectTransactionWithID(toOpen);
+        m_delegate.setTransIDToOpen(QString());
+    }
+}
+
+void MainWindow::prepareMainViewWithVaultObject(ManagedObject* vault)
+{
+    if (!vault)
+        return;
+    const QString type = vault->valueForKey(u"vault_type").toString();
+    m_delegate.setSelectedVaultID(vault->valueForKey(u"vault_uniqueID").toString());
+    if (type == VaultType::MasterVault || type == VaultType::BillManager || type == VaultType::Untagged ||
+        type == VaultType::Account || type == VaultType::Playlist || type == VaultType::SmartPlaylist) {
+        m_library->prepareWithVaultObject(vault);
+        m_views->setCurrentWidget(m_library);
+    } else {
+        m_otherView->setText(QStringLiteral("<h2>%1</h2>").arg(vault->valueForKey(u"vault_title").toString().toHtmlEscaped()));
+        m_views->setCurrentWidget(m_otherView);
+        m_status->clear();
+    }
+    updateCommands();
+}
+
+void MainWindow::storeChanged()
+{
+    // Refreshing reads records, and reading an upcoming bill's status may mark
+    // it pending: that change must not start another refresh.
+    if (m_refreshing)
+        return;
+    m_refreshing = true;
+    m_source->refreshSourceTable();
+    m_library->refresh();
+    updateCommands();
+    m_refreshing = false;
+}
+
+void MainWindow::updateCommands()
+{
+    UndoManager& undo = m_delegate.managedObjectContext()->undoManager();
+    m_undo->setEnabled(undo.canUndo());
+    m_redo->setEnabled(undo.canRedo());
+    m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
+}
+
+void MainWindow::undo()
+{
+    ManagedObjectContext* context = m_delegate.managedObjectContext();
+    context->processPendingChanges();
+    if (context->undoManager().canUndo())
+        context->undoManager().undo();
+    context->processPendingChanges();
+}
+
+void MainWindow::redo()
+{
+    ManagedObjectContext* context = m_delegate.managedObjectContext();
+    context->processPendingChanges();
+    if (context->undoManager().canRedo())
+        context->undoManager().redo();
+    context->processPendingChanges();
+}
+
+void MainWindow::save()
+{
+    if (Status s = m_delegate.saveAction(); !s)
+        QMessageBox::critical(this, tr("Could Not Save"), s.message());
+}
+
+void MainWindow::openAboutBox()
+{
+    QMessageBox::about(this, tr("About Quillfen"),
+                       QStringLiteral("<h3>Quillfen</h3><p>%1</p><p>%2</p>")
+                           .arg(tr("Version %1").arg(QStringLiteral(QUILLFEN_VERSION)),
+                                tr("A personal-finance ledger for the Linux desktop.")));
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    using Reply = Quillfen_AppDelegate::TerminateReply;
+    Reply reply = m_delegate.applicationShouldTerminate();
+    if (reply == Reply::Later) {
+        QMessageBox::critical(this, tr("Could Not Save"), m_delegate.saveError()->describe());
+        QMessageBox box(QMessageBox::Warning, Quillfen_AppDelegate::saveFailedTitle(),
+                        Quillfen_AppDelegate::saveFailedTitle(), QMessageBox::NoButton, this);
+        box.setInformativeText(Quillfen_AppDelegate::saveFailedText());
+        QPushButton* cancel = box.addButton(tr("Cancel"), QMessageBox::AcceptRole);
+        box.addButton(tr("Quit"), QMessageBox::RejectRole);
+        box.setDefaultButton(cancel);
+        box.exec();
+        reply = Quillfen_AppDelegate::replyToSaveFailedAlert(box.clickedButton() == cancel
+                                                                 ? Quillfen_AppDelegate::SaveFailedButton::Cancel
+                                                                 : Quillfen_AppDelegate::SaveFailedButton::Quit);
+    }
+    if (reply != Reply::Now) {
+        event->ignore();
+        return;
+    }
+    m_delegate.applicationWillTerminate();
+    event->accept();
+}
+
+} // namespace qf

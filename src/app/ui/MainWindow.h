@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QMainWindow>
+
+class QAction;
+class QLabel;
+class QStackedWidget;
+
+namespace qf {
+
+class LibraryController;
+class ManagedObject;
+class Quillfen_AppDelegate;
+class SourceController;
+
+// The main window: the source list on the left, the selected vault's view on
+// the right, the balance line below, and the menus. Quitting goes through the
+// delegate's quit steps, which save the store.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent = nullptr);
+
+    SourceController* sourceController() const { return m_source; }
+    LibraryController* libraryController() const { return m_library; }
+
+    // First fill after launching, and again after a search-index file was opened.
+    void setupSourceList();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildMenus();
+    void prepareMainViewWithVaultObject(ManagedObject* vault);
+    void storeChanged();
+    void updateCommands();
+    void undo();
+    void redo();
+    void save();
+    void openAboutBox();
+
+    Quillfen_AppDelegate& m_delegate;
+    SourceController* m_source;
+    LibraryController* m_library;
+    QStackedWidget* m_views;
+    QLabel* m_otherView;
+    QLabel* m_status;
+    QAction* m_undo = nullptr;
+    QAction* m_redo = nullptr;
+    QAction* m_removeVault = nullptr;
+    QAction* m_iconSize = nullptr;
+    bool m_refreshing = false;
+};
+
+} // namespace qf

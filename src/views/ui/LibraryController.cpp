@@ -1,0 +1,362 @@
+#include "views/ui/LibraryController.h"
+
+#include "app/Quillfen_AppDelegate.h"
+#include "common/AmountFormatter.h"
+#include "store/ManagedObjectContext.h"
+#include "views/TransactionListActions.h"
+#include "views/ui/IconLibrary.h"
+#include "views/ui/ReconcileDialog.h"
+#include "views/ui/TransactionTableModel.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QDateTime>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QTableView>
+#include <QToolButton>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace qf {
+
+namespace {
+
+const QStringList kRanges{QStringLiteral("All Transactions"), QStringLiteral("This Month"),
+                          QStringLiteral("Last Month"), QStringLiteral("This Year"), QStringLiteral("Last Year"),
+                          QStringLiteral("Custom Range")};
+const QStringList kSorts{QStringLiteral("Date"), QStringLiteral("Title"), QStringLiteral("Amount"),
+                         QStringLiteral("Tags")};
+const char* const kDirectionFilters[] = {"FilterAll", "FilterIncoming", "FilterOutgoing"};
+const char* const kTypeFilters[] = {"FilterAll", "FilterPaid", "FilterPending"};
+
+} // namespace
+
+LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* parent)
+    : QWidget(parent), m_delegate(delegate), m_model(new TransactionTableModel(this)), m_table(new QTableView(this)),
+      m_search(new QLineEdit(this)), m_directionButtons(new QButtonGroup(this)), m_typeButtons(new QButtonGroup(this)),
+      m_rangeButton(new QToolButton(this)), m_sortButton(new QToolButton(this)),
+      m_reconcileButton(new QToolButton(this)), m_filesButton(new QToolButton(this))
+{
+    auto* bar = new QHBoxLayout;
+    bar->setSpacing(2);
+    bar->addWidget(filterButton(QStringLiteral("filter-all"), tr("All"), m_directionButtons, 0));
+    bar->addWidget(filterButton(QStringLiteral("filter-incoming"), tr("Incoming"), m_directionButtons, 1));
+    bar->addWidget(filterButton(QStringLiteral("filter-outgoing"), tr("Outgoing"), m_directionButtons, 2));
+    bar->addSpacing(10);
+    bar->addWidget(filterButton(QStringLiteral("filter-all"), tr("All"), m_typeButtons, 3));
+    bar->addWidget(filterButton(QStringLiteral("filter-paid"), tr("Reconciled"), m_typeButtons, 4));
+    bar->addWidget(filterButton(QStringLiteral("filter-pending"), tr("Pending"), m_typeButtons, 5));
+    bar->addSpacing(10);
+
+    auto* rangeMenu = new QMenu(this);
+    for (const QString& range : kRanges)
+        rangeMenu->addAction(tr(qPrintable(range)), this, [this, range] { displayDateRange(range); });
+    m_rangeButton->setMenu(rangeMenu);
+    m_rangeButton->setPopupMode(QToolButton::InstantPopup);
+    m_rangeButton->setIcon(quillfenIcon(QStringLiteral("calendar")));
+    m_rangeButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    bar->addWidget(m_rangeButton);
+
+    auto* sortMenu = new QMenu(this);
+    for (const QString& sort : kSorts)
+        sortMenu->addAction(tr(qPrintable(sort)), this, [this, sort] { sortTransBy(sort); });
+    m_sortButton->setMenu(sortMenu);
+    m_sortButton->setPopupMode(QToolButton::InstantPopup);
+    m_sortButton->setIcon(quillfenIcon(QStringLiteral("sort")));
+    m_sortButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    bar->addWidget(m_sortButton);
+    bar->addStretch();
+
+    m_reconcileButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_reconcileButton->setIcon(quillfenIcon(QStringLiteral("reconcile")));
+    connect(m_reconcileButton, &QToolButton::clicked, this, &LibraryController::reconcileSelected);
+    bar->addWidget(m_reconcileButton);
+    m_filesButton->setIcon(quillfenIcon(QStringLiteral("attachment")));
+    m_filesButton->setToolTip(tr("Attached Files"));
+    m_filesButton->setPopupMode(QToolButton::InstantPopup);
+    m_filesButton->setMenu(new QMenu(this));
+    bar->addWidget(m_filesButton);
+
+    m_search->setPlaceholderText(tr("Search"));
+    m_search->setClearButtonEnabled(true);
+    m_search->addAction(quillfenIcon(QStringLiteral("search")), QLineEdit::LeadingPosition);
+    m_search->setMaximumWidth(260);
+    bar->addWidget(m_search);
+    connect(m_search, &QLineEdit::textChanged, this, &LibraryController::filterWithSearchString);
+
+    m_table->setModel(m_model);
+    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_table->setAlternatingRowColors(true);
+    m_table->setShowGrid(false);
+    m_table->setWordWrap(false);
+    m_table->verticalHeader()->hide();
+    m_table->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 8);
+    m_table->horizontalHeader()->setSectionResizeMode(TransactionTableModel::TitleColumn, QHeaderView::Stretch);
+    m_table->horizontalHeader()->setHighlightSections(false);
+    m_table->setDragEnabled(true);
+    m_table->setDragDropMode(QAbstractItemView::DragOnly);
+    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        setupReconcileButton();
+        setupFilesPopup();
+        Q_EMIT selectionChanged();
+    });
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(6, 6, 6, 6);
+    layout->addLayout(bar);
+    layout->addWidget(m_table, 1);
+
+    connect(m_directionButtons, &QButtonGroup::idClicked, this,
+            [this](int id) { setDirectionFilter(QString::fromLatin1(kDirectionFilters[id])); });
+    connect(m_typeButtons, &QButtonGroup::idClicked, this,
+            [this](int id) { setTypeFilter(QString::fromLatin1(kTypeFilters[id - 3])); });
+    setupReconcileButton();
+    setupFilesPopup();
+}
+
+LibraryController::~LibraryController() = default;
+
+QToolButton* LibraryController::filterButton(const QString& icon, const QString& tip, QButtonGroup* group, int tag)
+{
+    auto* button = new QToolButton(this);
+    button->setIcon(quillfenIcon(icon));
+    button->setText(tip);
+    button->setToolTip(tip);
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setCheckable(true);
+    button->setAutoRaise(true);
+    group->addButton(button, tag);
+    return button;
+}
+
+void LibraryController::prepareWithVaultObject(ManagedObject* vault)
+{
+    m_vault = vault;
+    if (!vault)
+        return;
+    m_query = ListQuery::forVault(*vault, ListSettings::ofVault(*vault));
+    m_query.settings.searchText = m_search->text();
+    const AmountFormatter& amounts = m_delegate.amountFormatter();
+    m_query.amountMayContain = [&amounts](const QString& text) { return amounts.mayContain(text); };
+    m_delegate.setSelectedVaultID(vault->valueForKey(u"vault_uniqueID").toString());
+    refresh();
+}
+
+void LibraryController::filterWithSearchString(const QString& text)
+{
+    m_query.settings.searchText = text;
+    refresh();
+}
+
+void LibraryController::refresh()
+{
+    if (!m_vault)
+        return;
+    const QString selected = selectedTransaction() ? selectedTransaction()->valueForKey(u"trans_uniqueID").toString()
+                                                   : QString();
+    ManagedObjectContext& context = *m_delegate.managedObjectContext();
+    m_query.range = TransactionQuery::dateRangeBounds(m_query.settings, m_delegate.now(), [&context] {
+        return TransactionQuery::earliestTransactionDate(context);
+    });
+    m_model->setTransactions(TransactionQuery::arrangedTransactions(context, m_query, &m_indexes));
+    m_balances = TransactionQuery::balances(m_model->transactions());
+    updateButtons();
+    if (!selected.isEmpty())
+        selectTransactionWithID(selected);
+    setupReconcileButton();
+    setupFilesPopup();
+    Q_EMIT balancesChanged(balanceLine());
+}
+
+QString LibraryController::balanceLine() const
+{
+    const AmountFormatter& f = m_delegate.amountFormatter();
+    const QString count = m_balances.count == 1 ? tr("1 transaction") : tr("%1 transactions").arg(m_balances.count);
+    return count + QStringLiteral("   ·   ") +
+           tr("Total: %1").arg(f.format(m_balances.total)) + QStringLiteral("   ·   ") +
+           tr("Incoming: %1").arg(f.format(m_balances.incoming)) + QStringLiteral("   ·   ") +
+           tr("Outgoing: %1").arg(f.format(m_balances.outgoing));
+}
+
+void LibraryController::updateButtons()
+{
+    const ListSettings& s = m_query.settings;
+    for (int i = 0; i < 3; ++i) {
+        m_directionButtons->button(i)->setChecked(s.directionFilter == QLatin1String(kDirectionFilters[i]));
+        m_typeButtons->button(i + 3)->setChecked(s.typeFilter == QLatin1String(kTypeFilters[i]));
+    }
+    m_rangeButton->setText(tr(qPrintable(s.dateRangeType)));
+    m_sortButton->setText(tr("Sort: %1").arg(tr(qPrintable(s.sort))));
+}
+
+void LibraryController::setDirectionFilter(const QString& filter)
+{
+    if (!m_vault)
+        return;
+    m_vault->setValueForKey(u"vault_directionFilter", Value(filter));
+    m_query.settings.directionFilter = filter;
+    refresh();
+}
+
+void LibraryController::setTypeFilter(const QString& filter)
+{
+    if (!m_vault)
+        return;
+    m_vault->setValueForKey(u"vault_typeFilter", Value(filter));
+    m_query.settings.typeFilter = filter;
+    refresh();
+}
+
+void LibraryController::displayDateRange(const QString& item)
+{
+    if (!m_vault)
+        return;
+    if (item == QLatin1String("Custom Range")) {
+        ManagedObjectContext& context = *m_delegate.managedObjectContext();
+        const AbsoluteTime from = m_query.settings.customFrom.value_or(
+            TransactionQuery::earliestTransactionDate(context).value_or(m_delegate.now()));
+        const AbsoluteTime to = m_query.settings.customTo.value_or(m_delegate.now());
+        auto range = ReconcileDialog::askForRange(this, from, to);
+        if (!range)
+            return;
+        m_vault->setValueForKey(u"vault_dateRangeFrom", Value::date(range->first));
+        m_vault->setValueForKey(u"vault_dateRangeTo", Value::date(range->second));
+        m_query.settings.customFrom = range->first;
+        m_query.settings.customTo = range->second;
+    }
+    m_vault->setValueForKey(u"vault_dateRangeType", Value(item));
+    m_query.settings.dateRangeType = item;
+    refresh();
+}
+
+void LibraryController::sortTransBy(const QString& title)
+{
+    if (!m_vault)
+        return;
+    m_vault->setValueForKey(u"vault_transSort", Value(title));
+    m_query.settings.sort = title;
+    refresh();
+}
+
+std::vector<ManagedObject*> LibraryController::selectedTransactions() const
+{
+    std::vector<ManagedObject*> selected;
+    for (const QModelIndex& index : m_table->selectionModel()->selectedRows()) {
+        if (ManagedObject* t = m_model->transactionAt(index.row()))
+            selected.push_back(t);
+    }
+    return selected;
+}
+
+ManagedObject* LibraryController::selectedTransaction() const
+{
+    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
+    return rows.isEmpty() ? nullptr : m_model->transactionAt(rows.first().row());
+}
+
+bool LibraryController::selectTransactionWithID(const QString& uniqueID)
+{
+    const int row = m_model->rowOfTransaction(uniqueID);
+    if (row < 0)
+        return false;
+    m_table->selectRow(row);
+    m_table->scrollTo(m_model->index(row, 0));
+    m_table->setFocus();
+    return true;
+}
+
+const std::vector<ManagedObject*>& LibraryController::arrangedTransObjects() const
+{
+    return m_model->transactions();
+}
+
+void LibraryController::removeTransaction()
+{
+    const std::vector<ManagedObject*> selected = selectedTransactions();
+    if (!m_vault || selected.empty()) {
+        QApplication::beep();
+        return;
+    }
+    const DeleteQuestion question = TransactionListActions::deleteQuestion(m_vault->valueForKey(u"vault_type").toString());
+    if (question.ask) {
+        QMessageBox box(QMessageBox::Warning, question.title, question.title, QMessageBox::Yes | QMessageBox::No, this);
+        box.setInformativeText(question.text);
+        box.setDefaultButton(QMessageBox::Yes);
+        box.setWindowModality(Qt::WindowModal);
+        if (box.exec() != QMessageBox::Yes)
+            return;
+    }
+    TransactionListActions::removeTransactions(*m_delegate.managedObjectContext(), *m_vault, selected);
+    refresh();
+}
+
+void LibraryController::duplicate()
+{
+    const std::vector<ManagedObject*> selected = selectedTransactions();
+    if (selected.empty()) {
+        QApplication::beep();
+        return;
+    }
+    auto copies = TransactionListActions::duplicate(m_delegate, selected);
+    if (!copies)
+        QMessageBox::warning(this, tr("Could Not Save"), copies.message());
+    refresh();
+}
+
+void LibraryController::markAsPending()
+{
+    TransactionListActions::markAsPending(selectedTransactions());
+    refresh();
+}
+
+void LibraryController::reconcileSelected()
+{
+    ManagedObject* t = selectedTransaction();
+    if (TransactionListActions::reconcileButton(t) != ReconcileButton::Reconcile)
+        return;
+    auto date = ReconcileDialog::askForDate(this, t->valueForKey(u"trans_date").toDate());
+    if (!date)
+        return;
+    TransactionListActions::reconcile(*t, *date);
+    refresh();
+}
+
+void LibraryController::setupReconcileButton()
+{
+    // Paying a bill belongs to the bills screen, which is not built yet; the
+    // button stays hidden for upcoming records until then.
+    const ReconcileButton kind = TransactionListActions::reconcileButton(selectedTransaction());
+    m_reconcileButton->setVisible(kind == ReconcileButton::Reconcile);
+    m_reconcileButton->setText(tr("Reconcile"));
+}
+
+void LibraryController::setupFilesPopup()
+{
+    QMenu* menu = m_filesButton->menu();
+    menu->clear();
+    ManagedObject* t = selectedTransaction();
+    std::vector<ManagedObject*> files;
+    if (t) {
+        files = m_delegate.fetchObjectsWithEntityName(QStringLiteral("AttachmentEntity"),
+                                                      QStringLiteral("attachment_transParentID"),
+                                                      t->valueForKey(u"trans_uniqueID"));
+    }
+    if (files.empty()) {
+        menu->addAction(tr("No Files Attached"))->setEnabled(false);
+        return;
+    }
+    for (ManagedObject* file : files) {
+        const QString path = m_delegate.obtainAttachmentPathFrom(file->valueForKey(u"attachment_path").toString());
+        menu->addAction(file->valueForKey(u"attachment_title").toString(), this,
+                        [path] { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); });
+    }
+}
+
+} // namespace qf

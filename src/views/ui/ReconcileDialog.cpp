@@ -1,0 +1,77 @@
+#include "views/ui/ReconcileDialog.h"
+
+#include <QDateEdit>
+#include <QDateTime>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+
+namespace qf {
+
+namespace {
+
+constexpr qint64 kReferenceEpoch = 978307200;
+
+QDateTime toDateTime(AbsoluteTime t)
+{
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>((t + kReferenceEpoch) * 1000.0));
+}
+
+AbsoluteTime toAbsolute(const QDateTime& dt)
+{
+    return static_cast<double>(dt.toMSecsSinceEpoch()) / 1000.0 - kReferenceEpoch;
+}
+
+QDateEdit* dateEdit(QWidget* parent, AbsoluteTime value)
+{
+    auto* edit = new QDateEdit(toDateTime(value).date(), parent);
+    edit->setCalendarPopup(true);
+    edit->setDisplayFormat(QLocale().dateFormat(QLocale::LongFormat));
+    return edit;
+}
+
+bool runSheet(QDialog& dialog, QFormLayout* form)
+{
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    form->addRow(buttons);
+    dialog.setWindowModality(Qt::WindowModal);
+    return dialog.exec() == QDialog::Accepted;
+}
+
+} // namespace
+
+std::optional<AbsoluteTime> ReconcileDialog::askForDate(QWidget* parent, AbsoluteTime preset)
+{
+    QDialog dialog(parent);
+    dialog.setWindowTitle(QObject::tr("Reconcile"));
+    auto* form = new QFormLayout(&dialog);
+    form->addRow(new QLabel(QObject::tr("The date the transaction cleared:"), &dialog));
+    QDateEdit* date = dateEdit(&dialog, preset);
+    form->addRow(QObject::tr("Date:"), date);
+    if (!runSheet(dialog, form))
+        return std::nullopt;
+    // The picked day keeps the transaction's time of day.
+    QDateTime picked = toDateTime(preset);
+    picked.setDate(date->date());
+    return toAbsolute(picked);
+}
+
+std::optional<std::pair<AbsoluteTime, AbsoluteTime>> ReconcileDialog::askForRange(QWidget* parent, AbsoluteTime from,
+                                                                                 AbsoluteTime to)
+{
+    QDialog dialog(parent);
+    dialog.setWindowTitle(QObject::tr("Custom Range"));
+    auto* form = new QFormLayout(&dialog);
+    QDateEdit* fromEdit = dateEdit(&dialog, from);
+    QDateEdit* toEdit = dateEdit(&dialog, to);
+    form->addRow(QObject::tr("From:"), fromEdit);
+    form->addRow(QObject::tr("To:"), toEdit);
+    if (!runSheet(dialog, form))
+        return std::nullopt;
+    return std::make_pair(toAbsolute(fromEdit->date().startOfDay()), toAbsolute(toEdit->date().startOfDay()));
+}
+
+} // namespace qf

@@ -1,0 +1,184 @@
+#include "views/ui/SourceController.h"
+
+#include "app/Quillfen_AppDelegate.h"
+#include "app/UserDefaults.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+#include "views/SourceListRows.h"
+#include "views/ui/AddVaultController.h"
+#include "views/ui/SourceListModel.h"
+
+#include <QApplication>
+#include <QListView>
+#include <QMessageBox>
+#include <QPainter>
+#include <QStyledItemDelegate>
+#include <QVBoxLayout>
+
+namespace qf {
+
+namespace {
+
+// Headers are drawn as small grey capitals, vault rows as usual.
+class SourceListDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        if (!index.data(SourceListModel::IsHeaderRole).toBool()) {
+            QStyledItemDelegate::paint(painter, option, index);
+            return;
+        }
+        painter->save();
+        painter->setFont(index.data(Qt::FontRole).value<QFont>());
+        painter->setPen(option.palette.color(QPalette::Disabled, QPalette::Text));
+        painter->drawText(option.rect.adjusted(6, 0, 0, 0), Qt::AlignLeft | Qt::AlignBottom,
+                          index.data(Qt::DisplayRole).toString());
+        painter->restore();
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QSize size = QStyledItemDelegate::sizeHint(option, index);
+        const QString sourceSize = UserDefaults::standard().stringForKey(DefaultsKey::SourceSize);
+        size.setHeight(index.data(SourceListModel::IsHeaderRole).toBool()
+                           ? option.fontMetrics.height() + 10
+                           : SourceListRows::geometry(sourceSize).rowHeight);
+        return size;
+    }
+};
+
+} // namespace
+
+SourceController::SourceController(Quillfen_AppDelegate& delegate, QWidget* parent)
+    : QWidget(parent), m_delegate(delegate), m_model(new SourceListModel(this)), m_list(new QListView(this))
+{
+    m_list->setModel(m_model);
+    m_list->setItemDelegate(new SourceListDelegate(m_list));
+    m_list->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_list->setDragDropMode(QAbstractItemView::DropOnly);
+    m_list->setAcceptDrops(true);
+    m_list->setDropIndicatorShown(true);
+    m_list->setFrameShape(QFrame::NoFrame);
+    m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_list->setUniformItemSizes(false);
+    QPalette palette = m_list->palette();
+    palette.setColor(QPalette::Base, palette.color(QPalette::Window));
+    m_list->setPalette(palette);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_list);
+
+    connect(m_list->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& index) {
+        if (ManagedObject* vault = m_model->vaultAt(index.row()))
+            Q_EMIT vaultSelected(vault);
+    });
+    connect(m_model, &SourceListModel::transactionsDropped, this, &SourceController::transactionsDropped);
+    connect(&UserDefaults::standard(), &UserDefaults::defaultsChanged, this, [this](const QString& key) {
+        if (key == DefaultsKey::SourceSize)
+            refreshSourceTable();
+    });
+    applyGeometry();
+}
+
+void SourceController::applyGeometry()
+{
+    const QString size = UserDefaults::standard().stringForKey(DefaultsKey::SourceSize);
+    const SourceListGeometry geometry = SourceListRows::geometry(size);
+    const int icon = SourceListRows::isLarge(size) ? 24 : 16;
+    m_list->setIconSize(QSize(icon, icon));
+    m_list->setSpacing(0);
+    m_list->setContentsMargins(geometry.spacing, geometry.spacing, geometry.spacing, geometry.spacing);
+}
+
+void SourceController::refreshSourceTable()
+{
+    const QString selected = selectedVaultID();
+    const QString size = UserDefaults::standard().stringForKey(DefaultsKey::SourceSize);
+    applyGeometry();
+    if (!m_model->refresh(*m_delegate.managedObjectContext(), size)) {
+        // A fixed vault is missing: repair, then build.
+        m_delegate.convertVaultLibraryObjects();
+        m_model->refresh(*m_delegate.managedObjectContext(), size);
+    }
+    if (selected.isEmpty() || !selectControllerWithID(selected)) {
+        const auto libraries = VaultLibrary::vaultsOfType(*m_delegate.managedObjectContext(), VaultType::MasterVault);
+        if (!libraries.empty())
+            selectControllerWithID(libraries.front()->valueForKey(u"vault_uniqueID").toString());
+    }
+}
+
+ManagedObject* SourceController::selectedVaultObject() const
+{
+    return m_model->vaultAt(m_list->currentIndex().row());
+}
+
+QString SourceController::selectedVaultType() const
+{
+    ManagedObject* vault = selectedVaultObject();
+    return vault ? vault->valueForKey(u"vault_type").toString() : QString();
+}
+
+QString SourceController::selectedVaultID() const
+{
+    ManagedObject* vault = selectedVaultObject();
+    return vault ? vault->valueForKey(u"vault_uniqueID").toString() : QString();
+}
+
+bool SourceController::selectControllerWithID(const QString& vaultID)
+{
+    const int row = m_model->rowOfVault(vaultID);
+    if (row < 0)
+        return false;
+    const QModelIndex index = m_model->index(row);
+    if (m_list->currentIndex() == index) {
+        Q_EMIT vaultSelected(m_model->vaultAt(row));
+    } else {
+        m_list->setCurrentIndex(index);
+    }
+    return true;
+}
+
+void SourceController::newVault(const QString& vaultType)
+{
+    AddVaultController sheet(m_delegate, window());
+    sheet.showForType(vaultType);
+    if (sheet.exec() != QDialog::Accepted || !sheet.createdVault())
+        return;
+    const QString id = sheet.createdVault()->valueForKey(u"vault_uniqueID").toString();
+    refreshSourceTable();
+    selectControllerWithID(id);
+}
+
+void SourceController::removeVault()
+{
+    ManagedObject* vault = selectedVaultObject();
+    if (!vault || !SourceListRows::canRemove(selectedVaultType())) {
+        QApplication::beep();
+        return;
+    }
+    QMessageBox box(QMessageBox::Warning, tr("Remove"), tr("Are you sure you want to delete the selected vault item?"),
+                    QMessageBox::Yes | QMessageBox::No, window());
+    box.setInformativeText(tr("This cannot be undone."));
+    box.setDefaultButton(QMessageBox::Yes);
+    box.setWindowModality(Qt::WindowModal);
+    if (box.exec() != QMessageBox::Yes)
+        return;
+    // The vault alone goes: its transactions keep their identifiers and stay in the library.
+    m_delegate.managedObjectContext()->deleteObject(vault);
+    refreshSourceTable();
+}
+
+void SourceController::toggleVaultIconSize()
+{
+    const QString size = UserDefaults::standard().stringForKey(DefaultsKey::SourceSize);
+    UserDefaults::standard().setValue(DefaultsKey::SourceSize, SourceListRows::toggledSize(size));
+}
+
+QString SourceController::toggleIconSizeTitle() const
+{
+    return tr(qPrintable(SourceListRows::toggleTitle(UserDefaults::standard().stringForKey(DefaultsKey::SourceSize))));
+}
+
+} // namespace qf
