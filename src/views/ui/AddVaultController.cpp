@@ -42,6 +42,10 @@ AddVaultController::AddVaultController(Quillfen_AppDelegate& delegate, QWidget* 
       m_smartShare(new QCheckBox(tr("Share this folder on the network"), this))
 {
     setWindowTitle(tr("New Item"));
+    m_accountName->setObjectName(QStringLiteral("accountName"));
+    m_budgetName->setObjectName(QStringLiteral("budgetName"));
+    m_folderName->setObjectName(QStringLiteral("folderName"));
+    m_smartName->setObjectName(QStringLiteral("smartName"));
     setWindowModality(Qt::WindowModal);
     QFormLayout* form = nullptr;
 
