@@ -86,6 +86,7 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
     m_search->setPlaceholderText(tr("Search"));
     m_search->setClearButtonEnabled(true);
     m_search->addAction(quillfenIcon(QStringLiteral("search")), QLineEdit::LeadingPosition);
+    m_search->setMinimumWidth(180);
     m_search->setMaximumWidth(260);
     bar->addWidget(m_search);
     connect(m_search, &QLineEdit::textChanged, this, &LibraryController::filterWithSearchString);
