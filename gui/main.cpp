@@ -1,4 +1,5 @@
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SingleInstance.h"
 #include "app/UserDefaults.h"
 #include "app/ui/MainWindow.h"
 
@@ -33,6 +34,20 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(QUILLFEN_VERSION));
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
 
+    // A second launch hands its files (search-index files) to the running copy.
+    QStringList files;
+    for (int i = 1; i < QApplication::arguments().size(); ++i) {
+        const QString argument = QApplication::arguments().at(i);
+        if (argument == QLatin1String("--data-dir"))
+            ++i;
+        else if (!argument.startsWith(QLatin1String("--")))
+            files << argument;
+    }
+    SingleInstance instance;
+    if (instance.handOff(files, 300))
+        return 0;
+    instance.listen();
+
     UserDefaults::standard().registerDefaults();
     if (QApplication::arguments().contains(QStringLiteral("--example")))
         UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, true);
@@ -49,10 +64,15 @@ int main(int argc, char** argv)
     delegate.applicationDidFinishLaunching();
 
     MainWindow window(delegate);
-    for (const QString& argument : arguments.mid(1)) {
-        if (!argument.startsWith(QLatin1String("--")))
-            delegate.openFile(argument);
-    }
+    for (const QString& file : files)
+        delegate.openFile(file);
+    QObject::connect(&instance, &SingleInstance::filesReceived, &window, [&](const QStringList& received) {
+        for (const QString& file : received)
+            delegate.openFile(file);
+        window.show();
+        window.raise();
+        window.activateWindow();
+    });
     window.setupSourceList();
     window.show();
     return app.exec();
