@@ -251,3 +251,19 @@ TEST_F(MainWindowTest, AddingAndRemovingVaultsFromTheWindow)
     EXPECT_EQ(ledger.delegate().fetchVaultObjectWithName(QStringLiteral("Receipts")), nullptr);
     EXPECT_FALSE(sourceRows(window).contains(QStringLiteral("Receipts")));
 }
+
+TEST_F(MainWindowTest, OpeningASearchIndexFileSelectsItsTransaction)
+{
+    MainWindow window(ledger.delegate());
+    window.setupSourceList();
+    select(window, trip);
+    ManagedObject* salary = ledger.delegate().fetchObjectsWithEntityName(QStringLiteral("TransEntity"),
+                                                                         QStringLiteral("trans_title"), Value("Salary"))
+                                .front();
+    const QString id = salary->valueForKey(u"trans_uniqueID").toString();
+    ASSERT_TRUE(ledger.delegate().openFile(QStringLiteral("/cache/") + id + QStringLiteral(".QuillfenTransItem")));
+    EXPECT_EQ(window.sourceController()->selectedVaultType(), VaultType::MasterVault);
+    ASSERT_NE(window.libraryController()->selectedTransaction(), nullptr);
+    EXPECT_EQ(window.libraryController()->selectedTransaction(), salary);
+    EXPECT_TRUE(ledger.delegate().transIDToOpen().isEmpty());
+}
