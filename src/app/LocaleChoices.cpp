@@ -3,6 +3,7 @@
 #include "common/IcuInternal.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <unicode/coll.h>
 
@@ -17,7 +18,12 @@ std::vector<LocaleChoice> LocaleChoices::available(const QString& displayLocale)
     choices.reserve(std::size_t(count));
     for (int32_t i = 0; i < count; ++i) {
         const icu::Locale& locale = locales[i];
-        if (locale.getCountry()[0] == '\0')
+        // Regions such as "001" (world) or "150" (Europe) have no currency either.
+        const char* country = locale.getCountry();
+        if (std::strlen(country) != 2)
+            continue;
+        // Variants ("en_US_POSIX") are for programs, not for people.
+        if (locale.getVariant()[0] != '\0')
             continue;
         icu::UnicodeString name;
         locale.getDisplayName(display, name);

@@ -13,7 +13,8 @@ struct LocaleChoice {
 // The locales the user may pick for LocaleIdentifier.
 class LocaleChoices {
 public:
-    // Every available locale that names a country, named in the language of
+    // Every available locale that names a country (not a wider region such
+    // as "001", the world), named in the language of
     // displayLocale and sorted by that language's collation. A locale without
     // a country has no currency, and amounts would show the generic sign.
     static std::vector<LocaleChoice> available(const QString& displayLocale);

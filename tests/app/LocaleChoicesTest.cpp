@@ -31,6 +31,9 @@ TEST(LocaleChoices, CountriesOnlyNamedInTheDisplayLanguageAndSortedByIt)
         seen.insert(choice.identifier);
     }
     EXPECT_EQ(find(english, QStringLiteral("de")), nullptr);
+    EXPECT_EQ(find(english, QStringLiteral("en_001")), nullptr) << "the world has no currency";
+    EXPECT_EQ(find(english, QStringLiteral("es_419")), nullptr);
+    EXPECT_EQ(find(english, QStringLiteral("en_US_POSIX")), nullptr);
     ASSERT_NE(find(english, QStringLiteral("de_DE")), nullptr);
     EXPECT_EQ(find(english, QStringLiteral("de_DE"))->displayName, QStringLiteral("German (Germany)"));
     ASSERT_NE(find(english, QStringLiteral("en_US")), nullptr);

@@ -30,6 +30,8 @@ protected:
     {
         defaults().removeObjectForKey(DefaultsKey::SharePassword);
         defaults().removeObjectForKey(DefaultsKey::ShouldEncryptDatabase);
+        // Written now: the settings would otherwise keep them for the next program.
+        defaults().synchronize();
     }
 
     static UserDefaults& defaults() { return UserDefaults::standard(); }

@@ -19,7 +19,10 @@ CalendarPickerController::CalendarPickerController(QObject* parent) : QObject(pa
 
 CalendarPickerController::~CalendarPickerController()
 {
-    delete m_panel;
+    // At exit the application is already gone and a window cannot be torn
+    // down cleanly any more; the process ends anyway.
+    if (!QCoreApplication::closingDown())
+        delete m_panel;
 }
 
 CalendarPickerController& CalendarPickerController::sharedInstance()

@@ -19,7 +19,7 @@ namespace {
 constexpr int kGap = 4;
 constexpr int kFadeMilliseconds = 150;
 
-// A red speech badge with a white exclamation mark, its tip towards the field.
+// A red speech badge with a white exclamation mark, its tip pointing left.
 class ErrorMarker final : public QWidget {
 public:
     explicit ErrorMarker(QWidget* parent) : QWidget(parent)
@@ -27,12 +27,6 @@ public:
         setFixedSize(30, 24);
         setCursor(Qt::PointingHandCursor);
         setObjectName(QStringLiteral("errorMarker"));
-    }
-
-    void setPointsLeft(bool left)
-    {
-        m_pointsLeft = left;
-        update();
     }
 
     std::function<void()> clicked;
@@ -43,18 +37,11 @@ protected:
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         const qreal tip = 6;
-        const QRectF body = m_pointsLeft ? QRectF(tip, 1, width() - tip - 1, height() - 2)
-                                         : QRectF(1, 1, width() - tip - 1, height() - 2);
+        const QRectF body(tip, 1, width() - tip - 1, height() - 2);
         QPainterPath path;
         path.addRoundedRect(body, 6, 6);
         const qreal middle = height() / 2.0;
-        QPolygonF arrow;
-        if (m_pointsLeft)
-            arrow << QPointF(0.5, middle) << QPointF(tip + 1, middle - 5) << QPointF(tip + 1, middle + 5);
-        else
-            arrow << QPointF(width() - 0.5, middle) << QPointF(width() - tip - 1, middle - 5)
-                  << QPointF(width() - tip - 1, middle + 5);
-        path.addPolygon(arrow);
+        path.addPolygon(QPolygonF{QPointF(0.5, middle), QPointF(tip + 1, middle - 5), QPointF(tip + 1, middle + 5)});
         path.setFillRule(Qt::WindingFill);
         painter.setPen(QPen(QColor(0x99, 0x1B, 0x1B), 1));
         painter.setBrush(QColor(0xDC, 0x26, 0x26));
@@ -72,9 +59,6 @@ protected:
         if (clicked)
             clicked();
     }
-
-private:
-    bool m_pointsLeft = true;
 };
 
 } // namespace
@@ -204,11 +188,11 @@ void ErrorController::placeBeside(QWidget* field)
     QWidget* window = marker->parentWidget();
     const QPoint topLeft = field->mapTo(window, QPoint(0, 0));
     const int y = topLeft.y() + (field->height() - marker->height()) / 2;
-    int x = topLeft.x() + field->width() + kGap;
-    const bool roomOnTheRight = x + marker->width() <= window->width();
-    if (!roomOnTheRight)
-        x = topLeft.x() - kGap - marker->width();
-    marker->setPointsLeft(roomOnTheRight);
+    const int right = topLeft.x() + field->width() + kGap;
+    // Without room on the right it sits over the field's right end rather
+    // than on its left, where the field's label usually is.
+    const int x = right + marker->width() <= window->width() ? right
+                                                             : topLeft.x() + field->width() - marker->width() - kGap;
     marker->move(x, y);
 }
 

@@ -18,8 +18,8 @@ class ErrorController : public QObject {
 public:
     static ErrorController& sharedInstance();
 
-    // Shows the marker beside the field (to its right, or its left where the
-    // window has no room). Does nothing while the marker's entrance runs, so
+    // Shows the marker to the right of the field, or over the field's right
+    // end when the window has no room there. Does nothing while the marker's entrance runs, so
     // repeated refusals do not restart it mid-shake. Typing in the field or
     // clicking the marker closes it.
     void displayErrorFromField(QWidget* field);

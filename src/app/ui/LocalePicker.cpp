@@ -89,6 +89,13 @@ bool LocalePicker::chooseIdentifier(const QString& identifier)
     return true;
 }
 
+void LocalePicker::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // Centring needs the list's real height, known only once it shows.
+    highlightCurrent();
+}
+
 void LocalePicker::filter(const QString& text)
 {
     m_proxy->setFilterFixedString(text.trimmed());

@@ -31,6 +31,9 @@ public:
 Q_SIGNALS:
     void localeChosen(const QString& identifier);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void filter(const QString& text);
     void highlightCurrent();

@@ -3,7 +3,6 @@
 #include "app/DatabasePassword.h"
 #include "app/SoundPlayer.h"
 #include "app/UserDefaults.h"
-#include "app/ui/ErrorController.h"
 #include "views/ui/IconLibrary.h"
 
 #include <QAction>
@@ -75,7 +74,8 @@ constexpr int kPasswordMaxLength = 255;
 
 } // namespace
 
-LockPanelController::LockPanelController(QMainWindow& window) : QObject(&window), m_window(window), m_lock(UserDefaults::standard())
+LockPanelController::LockPanelController(QMainWindow& window)
+    : QObject(&window), m_window(window), m_lock(UserDefaults::standard())
 {
     build();
     m_window.installEventFilter(this);
@@ -214,14 +214,12 @@ void LockPanelController::unlockDatabase()
         m_password->clear();
     if (DatabaseLock::beepsFor(outcome)) {
         QApplication::beep();
-        // The beep is often silent on a Linux desktop; the marker is not.
-        ErrorController::sharedInstance().displayErrorFromField(m_password);
+        shakeCard();
         return;
     }
     if (outcome != Outcome::Unlocked)
         return;
 
-    ErrorController::sharedInstance().closeErrorPanel();
     m_password->clear();
     if (m_transition)
         m_transition->stop();
@@ -256,14 +254,42 @@ void LockPanelController::unlockDatabase()
     Q_EMIT lockChanged(false);
 }
 
+bool LockPanelController::isShaking() const
+{
+    return m_shake && m_shake->state() == QAbstractAnimation::Running;
+}
+
+void LockPanelController::shakeCard()
+{
+    // The beep is often silent on a Linux desktop; a shaking card is not.
+    if (isShaking())
+        return;
+    auto* shake = new QPropertyAnimation(m_card, "pos", this);
+    const QPoint home = m_card->pos();
+    shake->setDuration(360);
+    shake->setStartValue(home);
+    const int offsets[] = {10, -9, 7, -5, 3, -1};
+    for (int i = 0; i < 6; ++i)
+        shake->setKeyValueAt((i + 1) / 7.0, home + QPoint(offsets[i], 0));
+    shake->setEndValue(home);
+    m_shake = shake;
+    shake->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
 void LockPanelController::disableContent()
 {
     // Everything in the window but the menu bar and the panel: the central
     // view, the status bar with its balances, any tool bar or dock.
     for (QObject* child : m_window.children()) {
         auto* widget = qobject_cast<QWidget*>(child);
-        if (!widget || widget == m_overlay || widget == m_window.menuWidget() || widget->isWindow())
+        if (!widget || widget == m_overlay || widget == m_window.menuWidget())
             continue;
+        // The window's own windows (preferences) go away: in them the
+        // password could be changed and the lock opened with the new one.
+        if (widget->isWindow()) {
+            widget->hide();
+            continue;
+        }
         if (widget->isEnabled()) {
             widget->setEnabled(false);
             m_disabledWidgets << widget;

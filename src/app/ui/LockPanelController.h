@@ -19,7 +19,8 @@ class LockOverlay;
 
 // The database lock over a main window: an opaque panel covering everything
 // below the menu bar, with a password field. While it shows, the content and
-// every menu command but Quit are disabled. Locking and unlocking fade when
+// every menu command but Quit are disabled, and the window's own windows
+// (such as the preferences) are closed. Locking and unlocking fade when
 // the window is on screen and ShouldUseAnimation is on, and play the sounds
 // "lockClosing" and "lockOpening".
 class LockPanelController : public QObject {
@@ -33,7 +34,7 @@ public:
     // is turned off and nothing is locked.
     void lockDatabase();
     // Compares the panel's field with the stored password. Empty or wrong
-    // beeps and marks the field (wrong also empties it).
+    // beeps and shakes the panel (wrong also empties the field).
     void unlockDatabase();
 
     bool databaseLocked() const { return m_lock.databaseLocked(); }
@@ -44,6 +45,7 @@ public:
     QLineEdit* passwordField() const { return m_password; }
     QPushButton* unlockButton() const { return m_unlock; }
     bool isTransitionRunning() const;
+    bool isShaking() const;
     void setAnimationDuration(int milliseconds) { m_duration = milliseconds; }
 
 Q_SIGNALS:
@@ -58,6 +60,7 @@ private:
     void disableContent();
     void enableContent();
     bool shouldAnimate() const;
+    void shakeCard();
 
     QMainWindow& m_window;
     DatabaseLock m_lock;
@@ -68,6 +71,7 @@ private:
     QList<QPointer<QWidget>> m_disabledWidgets;
     QList<QPointer<QAction>> m_disabledActions;
     QPointer<QAbstractAnimation> m_transition;
+    QPointer<QAbstractAnimation> m_shake;
     int m_duration = 220;
 };
 

@@ -43,7 +43,7 @@ QLineEdit* passwordField(const QString& objectName, QWidget* parent)
     field->setEchoMode(QLineEdit::Password);
     field->setMaxLength(kPasswordMaxLength);
     field->setPlaceholderText(QObject::tr("Password"));
-    field->setMinimumWidth(220);
+    field->setFixedWidth(240);
     return field;
 }
 
@@ -59,6 +59,7 @@ PreferencesController::PreferencesController(Quillfen_AppDelegate& delegate, QWi
     setContextMenuPolicy(Qt::PreventContextMenu);
 
     QToolBar* bar = addToolBar(tr("Panes"));
+    m_toolBar = bar;
     bar->setMovable(false);
     bar->setFloatable(false);
     bar->toggleViewAction()->setVisible(false);
@@ -86,8 +87,8 @@ PreferencesController::PreferencesController(Quillfen_AppDelegate& delegate, QWi
     m_panes->insertWidget(SharingPane, buildSharingPane());
     setCentralWidget(m_panes);
     connect(&UserDefaults::standard(), &UserDefaults::defaultsChanged, this, &PreferencesController::defaultsChanged);
+    resize(560, 0);
     changePane(GeneralPane);
-    resize(560, 460);
 }
 
 QCheckBox* PreferencesController::defaultsCheckBox(const QString& key, const QString& title, QWidget* parent)
@@ -115,6 +116,7 @@ QWidget* PreferencesController::buildGeneralPane()
     m_iconSize->setObjectName(DefaultsKey::SourceSize);
     m_iconSize->addItem(tr("Large"), QStringLiteral("Large"));
     m_iconSize->addItem(tr("Small"), QStringLiteral("Small"));
+    m_iconSize->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     defaultsChanged(DefaultsKey::SourceSize);
     connect(m_iconSize, &QComboBox::activated, this, [this](int index) {
         UserDefaults::standard().setValue(DefaultsKey::SourceSize, m_iconSize->itemData(index));
@@ -154,7 +156,8 @@ QWidget* PreferencesController::buildSharingPane()
 
     auto* passwordRow = new QHBoxLayout;
     passwordRow->addWidget(m_requireSharingPassword);
-    passwordRow->addWidget(m_sharingPassword, 1);
+    passwordRow->addWidget(m_sharingPassword);
+    passwordRow->addStretch(1);
 
     auto* layout = new QVBoxLayout(pane);
     layout->setContentsMargins(20, 16, 20, 16);
@@ -215,7 +218,16 @@ void PreferencesController::changePane(int tag)
             m_databasePassword->setText(*stored);
     }
     m_currentTag = tag;
+    // Each pane gets the height it needs: hidden panes must not count.
+    for (int i = 0; i < m_panes->count(); ++i)
+        m_panes->widget(i)->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
+    m_panes->widget(tag)->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     m_panes->setCurrentIndex(tag);
+    // Wrapped hints make a pane's plain size hint tall and narrow; ask for
+    // the height at the window's width instead.
+    QWidget* page = m_panes->widget(tag);
+    const int paneHeight = page->hasHeightForWidth() ? page->heightForWidth(width()) : page->sizeHint().height();
+    resize(width(), m_toolBar->sizeHint().height() + paneHeight);
     for (QAction* action : m_paneActions->actions()) {
         if (action->data().toInt() == tag) {
             action->setChecked(true);

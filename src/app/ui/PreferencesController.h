@@ -10,6 +10,7 @@ class QComboBox;
 class QLabel;
 class QLineEdit;
 class QStackedWidget;
+class QToolBar;
 
 namespace qf {
 
@@ -64,6 +65,7 @@ private:
 
     Quillfen_AppDelegate& m_delegate;
     PreferencesPasswords m_passwords;
+    QToolBar* m_toolBar = nullptr;
     QStackedWidget* m_panes;
     QActionGroup* m_paneActions;
     int m_currentTag = -1;
