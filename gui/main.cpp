@@ -1,7 +1,10 @@
 #include "app/Quillfen_AppDelegate.h"
 #include "app/SingleInstance.h"
+#include "app/SoundPlayer.h"
 #include "app/UserDefaults.h"
+#include "app/ui/LockPanelController.h"
 #include "app/ui/MainWindow.h"
+#include "app/ui/SystemSoundPlayer.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -49,6 +52,7 @@ int main(int argc, char** argv)
     instance.listen();
 
     UserDefaults::standard().registerDefaults();
+    SoundPlayer::setShared(SystemSoundPlayer::create());
     if (QApplication::arguments().contains(QStringLiteral("--example")))
         UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, true);
     Quillfen_AppDelegate delegate;
@@ -74,6 +78,11 @@ int main(int argc, char** argv)
         window.activateWindow();
     });
     window.setupSourceList();
+    // Locked before the window first shows, so the ledger never flashes up.
+    if (UserDefaults::standard().boolForKey(DefaultsKey::ShouldEncryptDatabase))
+        window.lockPanel()->lockDatabase();
     window.show();
-    return app.exec();
+    const int status = app.exec();
+    SoundPlayer::setShared(nullptr);
+    return status;
 }

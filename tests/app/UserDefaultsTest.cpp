@@ -47,4 +47,6 @@ TEST(UserDefaults, RegisteredTableAnswersUntilTheUserSetsAKey)
     QObject::disconnect(&defaults, &UserDefaults::defaultsChanged, nullptr, nullptr);
     defaults.removeObjectForKey(DefaultsKey::ShouldEncryptDatabase);
     defaults.removeObjectForKey(DefaultsKey::SharePassword);
+    // The shared instance is never destroyed, so nothing else writes the removals.
+    EXPECT_TRUE(defaults.synchronize());
 }

@@ -1,6 +1,9 @@
 #include "app/ui/MainWindow.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/UserDefaults.h"
+#include "app/ui/LockPanelController.h"
+#include "app/ui/PreferencesController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -53,6 +56,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
+    m_lockPanel = new LockPanelController(*this);
 }
 
 void MainWindow::buildMenus()
@@ -65,6 +69,11 @@ void MainWindow::buildMenus()
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
+    file->addSeparator();
+    m_lockDatabase = file->addAction(tr("Lock Database"), this, [this] { m_lockPanel->lockDatabase(); });
+    connect(file, &QMenu::aboutToShow, this, [this] {
+        m_lockDatabase->setEnabled(!m_lockPanel->databaseLocked() && LockPanelController::canLock());
+    });
     file->addSeparator();
     QAction* quit = file->addAction(tr("Quit"), QKeySequence::Quit, this, &QWidget::close);
     quit->setMenuRole(QAction::QuitRole);
@@ -79,6 +88,10 @@ void MainWindow::buildMenus()
     });
     edit->addSeparator();
     m_removeVault = edit->addAction(tr("Remove Item from Sidebar…"), this, [this] { m_source->removeVault(); });
+    edit->addSeparator();
+    QAction* preferences = edit->addAction(tr("Preferences…"), this, &MainWindow::openPreferences);
+    preferences->setShortcuts({QKeySequence(QKeySequence::Preferences), QKeySequence(Qt::CTRL | Qt::Key_Comma)});
+    preferences->setMenuRole(QAction::PreferencesRole);
 
     QMenu* transactions = menuBar()->addMenu(tr("&Transactions"));
     QAction* remove = transactions->addAction(tr("Delete"), QKeySequence::Delete, this,
@@ -91,9 +104,10 @@ void MainWindow::buildMenus()
     transactions->addAction(tr("Reconcile…"), this, [this] { m_library->reconcileSelected(); });
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
-    m_iconSize = view->addAction(m_source->toggleIconSizeTitle(), this, [this] {
-        m_source->toggleVaultIconSize();
-        m_iconSize->setText(m_source->toggleIconSizeTitle());
+    m_iconSize = view->addAction(m_source->toggleIconSizeTitle(), this, [this] { m_source->toggleVaultIconSize(); });
+    connect(&UserDefaults::standard(), &UserDefaults::defaultsChanged, m_iconSize, [this](const QString& key) {
+        if (key == DefaultsKey::SourceSize)
+            m_iconSize->setText(m_source->toggleIconSizeTitle());
     });
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
@@ -175,6 +189,21 @@ void MainWindow::save()
 {
     if (Status s = m_delegate.saveAction(); !s)
         QMessageBox::critical(this, tr("Could Not Save"), s.message());
+}
+
+PreferencesController* MainWindow::openPreferences()
+{
+    if (!m_preferences) {
+        m_preferences = new PreferencesController(m_delegate, this);
+        connect(m_preferences, &PreferencesController::localePreferenceChanged, this, [this] {
+            m_source->refreshSourceTable();
+            m_library->refresh();
+        });
+    }
+    m_preferences->show();
+    m_preferences->raise();
+    m_preferences->activateWindow();
+    return m_preferences;
 }
 
 void MainWindow::openAboutBox()

@@ -9,7 +9,9 @@ class QStackedWidget;
 namespace qf {
 
 class LibraryController;
+class LockPanelController;
 class ManagedObject;
+class PreferencesController;
 class Quillfen_AppDelegate;
 class SourceController;
 
@@ -24,6 +26,9 @@ public:
 
     SourceController* sourceController() const { return m_source; }
     LibraryController* libraryController() const { return m_library; }
+    LockPanelController* lockPanel() const { return m_lockPanel; }
+    // Made on first use and kept; brought to the front.
+    PreferencesController* openPreferences();
 
     // First fill after launching, and again after a search-index file was opened.
     void setupSourceList();
@@ -51,6 +56,9 @@ private:
     QAction* m_redo = nullptr;
     QAction* m_removeVault = nullptr;
     QAction* m_iconSize = nullptr;
+    QAction* m_lockDatabase = nullptr;
+    LockPanelController* m_lockPanel = nullptr;
+    PreferencesController* m_preferences = nullptr;
     bool m_refreshing = false;
 };
 
