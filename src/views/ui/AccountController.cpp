@@ -278,9 +278,16 @@ void AccountController::refreshInfoPanel()
     m_url->setToolTip(url);
     m_opening->setText(amounts.format(a.valueForKey(u"vault_accountInitialAmount").toDouble()));
 
-    ListQuery all = ListQuery::forVault(a, ListSettings());
-    const Balances balance = TransactionQuery::balances(
-        TransactionQuery::arrangedTransactions(*m_delegate.managedObjectContext(), all, &m_indexes));
+    // The account's own transactions and the bills from or to it, whatever
+    // the list's filters; summed unsorted, as this runs after every refresh.
+    const QString id = a.valueForKey(u"vault_uniqueID").toString();
+    const Predicate scope = TransactionQuery::accountPredicates(id).all;
+    std::vector<ManagedObject*> own;
+    for (ManagedObject* t : m_indexes.accounts.candidates(*m_delegate.managedObjectContext(), id)) {
+        if (scope.evaluate(*t))
+            own.push_back(t);
+    }
+    const Balances balance = TransactionQuery::balances(own);
     m_balance->setText(amounts.format(balance.total));
     QPalette p = m_balance->palette();
     p.setColor(QPalette::WindowText, balance.total < 0 ? QColor(0xB9, 0x1C, 0x1C) : palette().color(QPalette::WindowText));
