@@ -33,7 +33,8 @@ QStringList glyphNames()
             QStringLiteral("calendar"),    QStringLiteral("sort"),            QStringLiteral("add"),
             QStringLiteral("remove"),      QStringLiteral("edit"),            QStringLiteral("lock-closed"),
             QStringLiteral("lock-open"),   QStringLiteral("attachment"),      QStringLiteral("reconcile"),
-            QStringLiteral("pay"),         QStringLiteral("share")};
+            QStringLiteral("pay"),         QStringLiteral("share"),           QStringLiteral("view-list"),
+            QStringLiteral("view-icons")};
 }
 
 QStringList allNames()

@@ -7,8 +7,11 @@
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
+#include "views/ui/AccountController.h"
+#include "views/ui/FolderController.h"
 #include "views/ui/IconLibrary.h"
 #include "views/ui/LibraryController.h"
+#include "views/ui/SmartFolderController.h"
 #include "views/ui/SourceController.h"
 
 #include <QAction>
@@ -29,7 +32,10 @@ namespace qf {
 
 MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     : QMainWindow(parent), m_delegate(delegate), m_source(new SourceController(delegate, this)),
-      m_library(new LibraryController(delegate, this)), m_views(new QStackedWidget(this)),
+      m_library(new LibraryController(delegate, this)),
+      m_account(new AccountController(delegate, *m_library, m_library)),
+      m_folder(new FolderController(delegate, *m_library, m_library)),
+      m_smartFolder(new SmartFolderController(delegate, *m_library, m_library)), m_views(new QStackedWidget(this)),
       m_otherView(new QLabel(this)), m_status(new QLabel(this))
 {
     setWindowTitle(QStringLiteral("Quillfen"));
@@ -134,8 +140,13 @@ void MainWindow::prepareMainViewWithVaultObject(ManagedObject* vault)
         return;
     const QString type = vault->valueForKey(u"vault_type").toString();
     m_delegate.setSelectedVaultID(vault->valueForKey(u"vault_uniqueID").toString());
-    if (type == VaultType::MasterVault || type == VaultType::BillManager || type == VaultType::Untagged ||
-        type == VaultType::Account || type == VaultType::Playlist || type == VaultType::SmartPlaylist) {
+    if (type == VaultType::Account) {
+        m_views->setCurrentWidget(m_account->prepareMainViewWithVaultObject(vault));
+    } else if (type == VaultType::Playlist) {
+        m_views->setCurrentWidget(m_folder->prepareMainViewWithVaultObject(vault));
+    } else if (type == VaultType::SmartPlaylist) {
+        m_views->setCurrentWidget(m_smartFolder->prepareMainViewWithVaultObject(vault));
+    } else if (type == VaultType::MasterVault || type == VaultType::BillManager || type == VaultType::Untagged) {
         m_library->prepareWithVaultObject(vault);
         m_views->setCurrentWidget(m_library);
     } else {

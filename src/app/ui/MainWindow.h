@@ -8,6 +8,8 @@ class QStackedWidget;
 
 namespace qf {
 
+class AccountController;
+class FolderController;
 class LibraryController;
 class LockPanelController;
 class ManagedObject;
@@ -49,6 +51,9 @@ private:
     Quillfen_AppDelegate& m_delegate;
     SourceController* m_source;
     LibraryController* m_library;
+    AccountController* m_account;
+    FolderController* m_folder;
+    FolderController* m_smartFolder;
     QStackedWidget* m_views;
     QLabel* m_otherView;
     QLabel* m_status;

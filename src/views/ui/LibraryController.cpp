@@ -6,8 +6,10 @@
 #include "views/TransactionListActions.h"
 #include "views/ui/IconLibrary.h"
 #include "views/ui/ReconcileDialog.h"
+#include "views/ui/TransactionIconView.h"
 #include "views/ui/TransactionTableModel.h"
 
+#include <QActionEvent>
 #include <QApplication>
 #include <QButtonGroup>
 #include <QDateTime>
@@ -18,10 +20,12 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
+#include <QStackedWidget>
 #include <QTableView>
 #include <QToolButton>
 #include <QUrl>
 #include <QVBoxLayout>
+#include <tuple>
 
 namespace qf {
 
@@ -34,22 +38,41 @@ const QStringList kSorts{QStringLiteral("Date"), QStringLiteral("Title"), QStrin
                          QStringLiteral("Tags")};
 const char* const kDirectionFilters[] = {"FilterAll", "FilterIncoming", "FilterOutgoing"};
 const char* const kTypeFilters[] = {"FilterAll", "FilterPaid", "FilterPending"};
+const QString kIconView = QStringLiteral("IconView");
+const QString kListView = QStringLiteral("ListView");
 
 } // namespace
 
 LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* parent)
-    : QWidget(parent), m_delegate(delegate), m_model(new TransactionTableModel(this)), m_table(new QTableView(this)),
-      m_search(new QLineEdit(this)), m_directionButtons(new QButtonGroup(this)), m_typeButtons(new QButtonGroup(this)),
-      m_rangeButton(new QToolButton(this)), m_sortButton(new QToolButton(this)),
+    : QWidget(parent), m_delegate(delegate), m_layout(new QVBoxLayout(this)), m_bar(new QHBoxLayout),
+      m_model(new TransactionTableModel(this)), m_table(new QTableView(this)), m_icons(new TransactionIconView(this)), m_presentation(new QStackedWidget(this)),
+      m_viewButtons(new QButtonGroup(this)), m_search(new QLineEdit(this)), m_directionButtons(new QButtonGroup(this)),
+      m_typeButtons(new QButtonGroup(this)), m_rangeButton(new QToolButton(this)), m_sortButton(new QToolButton(this)),
       m_reconcileButton(new QToolButton(this)), m_filesButton(new QToolButton(this))
 {
-    auto* bar = new QHBoxLayout;
+    QHBoxLayout* bar = m_bar;
     bar->setSpacing(2);
-    bar->addWidget(filterButton(QStringLiteral("filter-all"), tr("All"), m_directionButtons, 0));
+    for (const auto& [icon, text, tip, viewBy] :
+         {std::tuple{"view-list", QT_TR_NOOP("List"), QT_TR_NOOP("View as List"), kListView},
+          std::tuple{"view-icons", QT_TR_NOOP("Icons"), QT_TR_NOOP("View as Icons"), kIconView}}) {
+        auto* button = new QToolButton(this);
+        button->setIcon(quillfenIcon(QString::fromLatin1(icon)));
+        button->setText(tr(text));
+        button->setToolTip(tr(tip));
+        button->setCheckable(true);
+        button->setAutoRaise(true);
+        connect(button, &QToolButton::clicked, this, [this, viewBy] { setViewBy(viewBy); });
+        m_viewButtons->addButton(button);
+        bar->addWidget(button);
+    }
+    bar->addSpacing(10);
+    bar->addWidget(filterButton(QStringLiteral("filter-all"), tr("All"), m_directionButtons, 0,
+                                tr("Incoming and Outgoing")));
     bar->addWidget(filterButton(QStringLiteral("filter-incoming"), tr("Incoming"), m_directionButtons, 1));
     bar->addWidget(filterButton(QStringLiteral("filter-outgoing"), tr("Outgoing"), m_directionButtons, 2));
     bar->addSpacing(10);
-    bar->addWidget(filterButton(QStringLiteral("filter-all"), tr("All"), m_typeButtons, 3));
+    bar->addWidget(filterButton(QStringLiteral("filter-all"), tr("All"), m_typeButtons, 3,
+                                tr("Reconciled and Pending")));
     bar->addWidget(filterButton(QStringLiteral("filter-paid"), tr("Reconciled"), m_typeButtons, 4));
     bar->addWidget(filterButton(QStringLiteral("filter-pending"), tr("Pending"), m_typeButtons, 5));
     bar->addSpacing(10);
@@ -109,10 +132,23 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
         Q_EMIT selectionChanged();
     });
 
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(6, 6, 6, 6);
-    layout->addLayout(bar);
-    layout->addWidget(m_table, 1);
+    // The cards share the table's rows and selection: switching keeps the
+    // selected transactions, and every command reads one selection.
+    m_icons->setModel(m_model);
+    m_icons->setSelectionModel(m_table->selectionModel());
+    m_table->installEventFilter(this);
+    for (QAbstractItemView* view : {static_cast<QAbstractItemView*>(m_table), static_cast<QAbstractItemView*>(m_icons)}) {
+        connect(view, &QAbstractItemView::activated, this, [this](const QModelIndex& index) {
+            if (ManagedObject* t = m_model->transactionAt(index.row()))
+                Q_EMIT transactionActivated(t);
+        });
+    }
+    m_presentation->addWidget(m_table);
+    m_presentation->addWidget(m_icons);
+
+    m_layout->setContentsMargins(6, 6, 6, 6);
+    m_layout->addLayout(bar);
+    m_layout->addWidget(m_presentation, 1);
 
     connect(m_directionButtons, &QButtonGroup::idClicked, this,
             [this](int id) { setDirectionFilter(QString::fromLatin1(kDirectionFilters[id])); });
@@ -124,30 +160,142 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
 
 LibraryController::~LibraryController() = default;
 
-QToolButton* LibraryController::filterButton(const QString& icon, const QString& tip, QButtonGroup* group, int tag)
+QToolButton* LibraryController::filterButton(const QString& icon, const QString& text, QButtonGroup* group, int tag,
+                                             const QString& tip)
 {
     auto* button = new QToolButton(this);
     button->setIcon(quillfenIcon(icon));
-    button->setText(tip);
-    button->setToolTip(tip);
-    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setText(text);
+    button->setToolTip(tip.isEmpty() ? text : tip);
     button->setCheckable(true);
     button->setAutoRaise(true);
+    // The bar may narrow the button to its icon (see fitFilterButtons).
+    button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    button->setMinimumWidth(button->sizeHint().width());
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     group->addButton(button, tag);
+    m_filterButtons.push_back(button);
     return button;
 }
 
-void LibraryController::prepareWithVaultObject(ManagedObject* vault)
+void LibraryController::resizeEvent(QResizeEvent* event)
 {
+    QWidget::resizeEvent(event);
+    fitFilterButtons();
+}
+
+void LibraryController::fitFilterButtons()
+{
+    // With their names the filter buttons take a third of the bar; where the
+    // bar has no room for them, they show their icons alone (the names stay
+    // as tool tips) rather than crowding out the source list.
+    const QMargins margins = m_layout->contentsMargins();
+    const int room = width() - margins.left() - margins.right();
+    const int needed = m_bar->sizeHint().width() + (m_compactFilters ? m_compactSavings : 0);
+    const bool compact = room < needed;
+    if (compact == m_compactFilters)
+        return;
+    auto total = [this] {
+        int width = 0;
+        for (QToolButton* button : m_filterButtons)
+            width += button->sizeHint().width();
+        return width;
+    };
+    const int before = total();
+    for (QToolButton* button : m_filterButtons)
+        button->setToolButtonStyle(compact ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon);
+    if (compact)
+        m_compactSavings = before - total();
+    m_compactFilters = compact;
+}
+
+void LibraryController::prepareWithVaultObject(ManagedObject* vault, ValueDictionary addDefaults)
+{
+    setInfoPane(nullptr);
     m_vault = vault;
+    m_addDefaults = std::move(addDefaults);
     if (!vault)
         return;
+    setupViewBy();
     m_query = ListQuery::forVault(*vault, ListSettings::ofVault(*vault));
     m_query.settings.searchText = m_search->text();
     const AmountFormatter& amounts = m_delegate.amountFormatter();
     m_query.amountMayContain = [&amounts](const QString& text) { return amounts.mayContain(text); };
     m_delegate.setSelectedVaultID(vault->valueForKey(u"vault_uniqueID").toString());
     refresh();
+}
+
+void LibraryController::setInfoPane(QWidget* pane)
+{
+    if (pane == m_infoPane)
+        return;
+    if (m_infoPane) {
+        m_layout->removeWidget(m_infoPane);
+        m_infoPane->hide();
+    }
+    m_infoPane = pane;
+    if (pane) {
+        m_layout->insertWidget(0, pane);
+        pane->show();
+    }
+}
+
+bool LibraryController::isShowingIcons() const
+{
+    return m_presentation->currentWidget() == m_icons;
+}
+
+QAbstractItemView* LibraryController::currentView() const
+{
+    return isShowingIcons() ? static_cast<QAbstractItemView*>(m_icons) : static_cast<QAbstractItemView*>(m_table);
+}
+
+void LibraryController::switchToListView()
+{
+    setViewBy(kListView);
+}
+
+void LibraryController::switchToIconView()
+{
+    setViewBy(kIconView);
+}
+
+void LibraryController::setViewBy(const QString& viewBy)
+{
+    if (!m_vault)
+        return;
+    if (m_vault->valueForKey(u"vault_viewBy").toString() != viewBy) {
+        // How a list is looked at is no edit of the ledger: it is stored, but
+        // leaves nothing to undo.
+        UndoManager& undo = m_delegate.managedObjectContext()->undoManager();
+        undo.disableUndoRegistration();
+        m_vault->setValueForKey(u"vault_viewBy", Value(viewBy));
+        undo.enableUndoRegistration();
+    }
+    setupViewBy();
+}
+
+void LibraryController::setupViewBy()
+{
+    const bool icons = m_vault && m_vault->valueForKey(u"vault_viewBy").toString() == kIconView;
+    const bool hadFocus = currentView()->hasFocus();
+    m_presentation->setCurrentWidget(icons ? static_cast<QWidget*>(m_icons) : m_table);
+    m_viewButtons->buttons().at(icons ? 1 : 0)->setChecked(true);
+    const QModelIndex current = m_table->selectionModel()->currentIndex();
+    if (current.isValid())
+        currentView()->scrollTo(current);
+    if (hadFocus)
+        currentView()->setFocus();
+}
+
+bool LibraryController::eventFilter(QObject* watched, QEvent* event)
+{
+    // Commands given to the table (Delete) act in the card view as well.
+    if (watched == m_table && event->type() == QEvent::ActionAdded)
+        m_icons->addAction(static_cast<QActionEvent*>(event)->action());
+    else if (watched == m_table && event->type() == QEvent::ActionRemoved)
+        m_icons->removeAction(static_cast<QActionEvent*>(event)->action());
+    return QWidget::eventFilter(watched, event);
 }
 
 void LibraryController::filterWithSearchString(const QString& text)
@@ -268,8 +416,8 @@ bool LibraryController::selectTransactionWithID(const QString& uniqueID)
     if (row < 0)
         return false;
     m_table->selectRow(row);
-    m_table->scrollTo(m_model->index(row, 0));
-    m_table->setFocus();
+    currentView()->scrollTo(m_model->index(row, TransactionTableModel::TitleColumn));
+    currentView()->setFocus();
     return true;
 }
 
@@ -336,6 +484,7 @@ void LibraryController::setupReconcileButton()
     const ReconcileButton kind = TransactionListActions::reconcileButton(selectedTransaction());
     m_reconcileButton->setVisible(kind == ReconcileButton::Reconcile);
     m_reconcileButton->setText(tr("Reconcile"));
+    fitFilterButtons();
 }
 
 void LibraryController::setupFilesPopup()

@@ -1,26 +1,34 @@
 #pragma once
 
+#include "common/Value.h"
 #include "views/TransactionIndexes.h"
 #include "views/TransactionQuery.h"
 
+#include <QPointer>
 #include <QWidget>
 #include <memory>
 
+class QAbstractItemView;
 class QButtonGroup;
+class QHBoxLayout;
 class QLineEdit;
+class QStackedWidget;
 class QTableView;
 class QToolButton;
+class QVBoxLayout;
 
 namespace qf {
 
 class ManagedObject;
 class Quillfen_AppDelegate;
+class TransactionIconView;
 class TransactionTableModel;
 
 // The transaction list shown for the library, an account, a folder, a smart
 // folder, the untagged view and the bills: filter buttons, search, date
 // range, sort, the table and its balance line. Every choice is stored on the
-// vault so that each vault reopens as it was left.
+// vault so that each vault reopens as it was left, the presentation (a
+// table or cards, vault_viewBy "ListView" or "IconView") included.
 class LibraryController : public QWidget {
     Q_OBJECT
 
@@ -28,8 +36,25 @@ public:
     explicit LibraryController(Quillfen_AppDelegate& delegate, QWidget* parent = nullptr);
     ~LibraryController() override;
 
-    void prepareWithVaultObject(ManagedObject* vault);
+    // Shows the vault's list. Each prepare removes the info pane of the vault
+    // shown before; a view with a pane of its own sets it afterwards.
+    // addDefaults are the values a transaction added while this vault is
+    // shown starts with (a folder's trans_listIDs); none for most vaults.
+    void prepareWithVaultObject(ManagedObject* vault, ValueDictionary addDefaults = {});
     ManagedObject* vault() const { return m_vault; }
+    const ValueDictionary& addDefaults() const { return m_addDefaults; }
+
+    // A pane above the list with the shown vault's details; null removes it.
+    // The library becomes the pane's parent but never deletes it on removal.
+    void setInfoPane(QWidget* pane);
+    QWidget* infoPane() const { return m_infoPane; }
+
+    // The presentation, stored on the vault. Anything but "IconView" shows the table.
+    void switchToListView();
+    void switchToIconView();
+    bool isShowingIcons() const;
+    // The table or the cards, whichever is shown.
+    QAbstractItemView* currentView() const;
 
     // Runs the query again after any change of filter, range, search or store.
     void filterWithSearchString(const QString& text);
@@ -50,12 +75,21 @@ public:
 
     QLineEdit* searchField() const { return m_search; }
     QTableView* tableView() const { return m_table; }
+    TransactionIconView* iconView() const { return m_icons; }
 
 Q_SIGNALS:
     void selectionChanged();
     void balancesChanged(const QString& line);
+    // Return or a double click on a transaction, in either presentation.
+    void transactionActivated(qf::ManagedObject* transaction);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void setViewBy(const QString& viewBy);
+    void setupViewBy();
     void setDirectionFilter(const QString& filter);
     void setTypeFilter(const QString& filter);
     void displayDateRange(const QString& item);
@@ -63,15 +97,24 @@ private:
     void updateButtons();
     void setupReconcileButton();
     void setupFilesPopup();
-    QToolButton* filterButton(const QString& icon, const QString& tip, QButtonGroup* group, int tag);
+    QToolButton* filterButton(const QString& icon, const QString& text, QButtonGroup* group, int tag,
+                              const QString& tip = {});
+    void fitFilterButtons();
 
     Quillfen_AppDelegate& m_delegate;
     ManagedObject* m_vault = nullptr;
+    ValueDictionary m_addDefaults;
+    QPointer<QWidget> m_infoPane;
+    QVBoxLayout* m_layout;
+    QHBoxLayout* m_bar;
     ListQuery m_query;
     TransactionIndexes m_indexes;
     Balances m_balances;
     TransactionTableModel* m_model;
     QTableView* m_table;
+    TransactionIconView* m_icons;
+    QStackedWidget* m_presentation;
+    QButtonGroup* m_viewButtons;
     QLineEdit* m_search;
     QButtonGroup* m_directionButtons;
     QButtonGroup* m_typeButtons;
@@ -79,6 +122,9 @@ private:
     QToolButton* m_sortButton;
     QToolButton* m_reconcileButton;
     QToolButton* m_filesButton;
+    std::vector<QToolButton*> m_filterButtons;
+    bool m_compactFilters = false;
+    int m_compactSavings = 0;
 };
 
 } // namespace qf

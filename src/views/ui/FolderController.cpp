@@ -1,0 +1,265 @@
+#include "views/ui/FolderController.h"
+
+#include "app/Quillfen_AppDelegate.h"
+#include "common/QFNSStringCategory.h"
+#include "store/ManagedObject.h"
+#include "views/SourceListRows.h"
+#include "views/ui/IconLibrary.h"
+#include "views/ui/InfoPaneInternal.h"
+#include "views/ui/LibraryController.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace qf {
+
+namespace {
+
+constexpr int kIconSize = 32;
+constexpr int kIconGap = 10;
+
+QString shareTitle(bool shared)
+{
+    return shared ? FolderController::tr("Stop Sharing") : FolderController::tr("Share this Folder");
+}
+
+} // namespace
+
+FolderController::FolderController(Quillfen_AppDelegate& delegate, LibraryController& library, QWidget* parent)
+    : QFrame(parent), m_delegate(delegate), m_library(library), m_pages(new QStackedWidget(this))
+{
+    setObjectName(QStringLiteral("folderPane"));
+    infopane::styleFrame(this);
+    m_infoPage = buildInfoPage();
+    m_editPage = buildEditPage();
+    m_pages->addWidget(m_infoPage);
+    m_pages->addWidget(m_editPage);
+    infopane::showPage(m_pages, m_infoPage);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(12, 10, 12, 10);
+    layout->addWidget(m_pages);
+    hide();
+    // After an undo or any other change of the store, show what is stored.
+    connect(&m_library, &LibraryController::balancesChanged, this, [this] {
+        if (isShown())
+            refreshInfoPanel();
+    });
+}
+
+QWidget* FolderController::buildInfoPage()
+{
+    auto* page = new QWidget(this);
+    m_icon = new QLabel(page);
+    m_icon->setFixedSize(kIconSize, kIconSize);
+    m_title = infopane::titleLabel(page);
+    m_title->setObjectName(QStringLiteral("folderTitle"));
+    m_shareButton = new QPushButton(quillfenIcon(QStringLiteral("share")), shareTitle(false), page);
+    m_shareButton->setObjectName(QStringLiteral("shareButton"));
+    connect(m_shareButton, &QPushButton::clicked, this, &FolderController::shareThisFolder);
+    m_editButton = new QPushButton(quillfenIcon(QStringLiteral("edit")), tr("Rename…"), page);
+    m_editButton->setObjectName(QStringLiteral("editFolder"));
+    connect(m_editButton, &QPushButton::clicked, this, &FolderController::editFolderName);
+    m_shared = infopane::valueLabel(page, "sharingLabel");
+
+    auto* title = new QVBoxLayout;
+    title->setSpacing(2);
+    title->addWidget(m_title);
+    auto* sharing = new QHBoxLayout;
+    sharing->setSpacing(6);
+    sharing->addWidget(infopane::nameLabel(tr("Shared on the network:"), page));
+    sharing->addWidget(m_shared, 1);
+    title->addLayout(sharing);
+
+    auto* layout = new QHBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(kIconGap);
+    layout->addWidget(m_icon, 0, Qt::AlignTop);
+    layout->addLayout(title, 1);
+    layout->addWidget(m_shareButton, 0, Qt::AlignTop);
+    layout->addWidget(m_editButton, 0, Qt::AlignTop);
+    return page;
+}
+
+QWidget* FolderController::buildEditPage()
+{
+    auto* page = new QWidget(this);
+    m_nameField = new QLineEdit(page);
+    m_nameField->setObjectName(QStringLiteral("folderName"));
+    m_nameField->setMinimumWidth(m_nameField->fontMetrics().averageCharWidth() * 40);
+    connect(m_nameField, &QLineEdit::returnPressed, this, &FolderController::saveEditFolderName);
+    m_shareBox = new QCheckBox(tr("Share this folder on the network"), page);
+    m_shareBox->setObjectName(QStringLiteral("shareBox"));
+
+    auto* heading = new QLabel(tr("Rename Folder"), page);
+    QFont bold = heading->font();
+    bold.setBold(true);
+    heading->setFont(bold);
+
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(8);
+    grid->setVerticalSpacing(6);
+    grid->addWidget(infopane::nameLabel(tr("Name:"), page), 0, 0);
+    grid->addWidget(m_nameField, 0, 1);
+    grid->addWidget(m_shareBox, 1, 1);
+    grid->setColumnStretch(2, 1);
+
+    auto* cancel = new QPushButton(tr("Cancel"), page);
+    cancel->setObjectName(QStringLiteral("cancelEdit"));
+    auto* save = new QPushButton(tr("Save"), page);
+    save->setObjectName(QStringLiteral("saveEdit"));
+    save->setDefault(true);
+    connect(cancel, &QPushButton::clicked, this, &FolderController::cancelEditFolderName);
+    connect(save, &QPushButton::clicked, this, &FolderController::saveEditFolderName);
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), page);
+    escape->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QShortcut::activated, this, &FolderController::cancelEditFolderName);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cancel);
+    buttons->addWidget(save);
+
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(heading);
+    layout->addLayout(grid);
+    layout->addLayout(buttons);
+    return page;
+}
+
+QWidget* FolderController::prepareMainViewWithVaultObject(ManagedObject* folder)
+{
+    m_vault = folder;
+    // The list's scope comes from the vault's kind: "trans_listIDs contains
+    // %@" and its direction and status forms, or a smart folder's rules.
+    m_library.prepareWithVaultObject(folder, folder ? addDefaults() : ValueDictionary());
+    if (!folder)
+        return &m_library;
+    infopane::showPage(m_pages, m_infoPage);
+    m_library.setInfoPane(this);
+    refreshInfoPanel();
+    return &m_library;
+}
+
+ValueDictionary FolderController::addDefaults() const
+{
+    return {{QStringLiteral("trans_listIDs"), Value(vaultID())}};
+}
+
+QString FolderController::vaultID() const
+{
+    return m_vault ? m_vault->valueForKey(u"vault_uniqueID").toString() : QString();
+}
+
+ManagedObject* FolderController::selectedTransaction() const
+{
+    return m_library.selectedTransaction();
+}
+
+bool FolderController::isShown() const
+{
+    return m_vault && m_library.vault() == m_vault && m_library.infoPane() == this;
+}
+
+bool FolderController::isEditing() const
+{
+    return m_pages->currentWidget() == m_editPage;
+}
+
+QString FolderController::shareButtonTitle() const
+{
+    return m_shareButton->text();
+}
+
+QString FolderController::sharingLabel() const
+{
+    return m_shared->text();
+}
+
+void FolderController::refreshInfoPanel()
+{
+    if (!m_vault)
+        return;
+    const bool shared = m_vault->valueForKey(u"vault_shouldPublish").toBool();
+    m_icon->setPixmap(quillfenIcon(SourceListRows::iconKind(*m_vault) + QStringLiteral("_Large_Icon"))
+                          .pixmap(kIconSize, kIconSize));
+    m_title->setText(m_vault->valueForKey(u"vault_title").toString());
+    m_shared->setText(shared ? tr("Yes") : tr("No"));
+    m_shareButton->setText(shareTitle(shared));
+    m_editButton->setVisible(canRename());
+}
+
+void FolderController::editFolderName()
+{
+    if (!m_vault || !canRename())
+        return;
+    const QString title = m_vault->valueForKey(u"vault_title").toString();
+    m_nameField->setText(QFNSStringCategory::isValidString(title) ? title : QString());
+    m_shareBox->setChecked(m_vault->valueForKey(u"vault_shouldPublish").toBool());
+    infopane::showPage(m_pages, m_editPage);
+    m_nameField->setFocus();
+    m_nameField->selectAll();
+}
+
+bool FolderController::saveEditFolderName()
+{
+    if (!m_vault || !isEditing())
+        return false;
+    const QString title = m_nameField->text().trimmed();
+    if (!QFNSStringCategory::isValidString(title)) {
+        QApplication::beep();
+        m_nameField->setFocus();
+        return false;
+    }
+    m_vault->setValueForKey(u"vault_title", Value(title));
+    if (m_shareBox->isChecked())
+        enableSharing();
+    else
+        disableSharing();
+    infopane::showPage(m_pages, m_infoPage);
+    refreshInfoPanel();
+    return true;
+}
+
+void FolderController::cancelEditFolderName()
+{
+    infopane::showPage(m_pages, m_infoPage);
+    refreshInfoPanel();
+}
+
+void FolderController::shareThisFolder()
+{
+    if (m_shareButton->text() == shareTitle(false))
+        enableSharing();
+    else
+        disableSharing();
+}
+
+void FolderController::enableSharing()
+{
+    setSharing(true);
+}
+
+void FolderController::disableSharing()
+{
+    setSharing(false);
+}
+
+void FolderController::setSharing(bool shared)
+{
+    if (!m_vault)
+        return;
+    // Only the stored choice changes for now: there is no network sharing
+    // service yet to announce the folder to, or to withdraw it from.
+    m_vault->setValueForKey(u"vault_shouldPublish", Value::boolean(shared));
+    refreshInfoPanel();
+}
+
+} // namespace qf
