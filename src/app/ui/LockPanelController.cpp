@@ -79,8 +79,9 @@ LockPanelController::LockPanelController(QMainWindow& window)
 {
     build();
     m_window.installEventFilter(this);
-    if (QWidget* menu = m_window.menuWidget())
-        menu->installEventFilter(this);
+    m_menuWidget = m_window.menuWidget();
+    if (m_menuWidget)
+        m_menuWidget->installEventFilter(this);
 }
 
 LockPanelController::~LockPanelController() = default;
@@ -330,9 +331,11 @@ void LockPanelController::enableContent()
 bool LockPanelController::eventFilter(QObject* watched, QEvent* event)
 {
     // The menu bar gets its height only when the window is laid out.
-    const bool watchedWindow = watched == &m_window || watched == m_window.menuWidget();
-    if (watchedWindow && !m_overlay->isHidden() &&
-        (event->type() == QEvent::Resize || event->type() == QEvent::Show || event->type() == QEvent::Move))
+    const QEvent::Type type = event->type();
+    if (type != QEvent::Resize && type != QEvent::Show && type != QEvent::Move)
+        return QObject::eventFilter(watched, event);
+    const bool watchedWindow = watched == &m_window || (m_menuWidget && watched == m_menuWidget.data());
+    if (watchedWindow && !m_overlay->isHidden())
         placeOverlay();
     return QObject::eventFilter(watched, event);
 }

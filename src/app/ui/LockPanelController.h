@@ -63,6 +63,7 @@ private:
     void shakeCard();
 
     QMainWindow& m_window;
+    QPointer<QWidget> m_menuWidget; // kept, as asking a window that is being destroyed for it crashes
     DatabaseLock m_lock;
     LockOverlay* m_overlay = nullptr;
     QWidget* m_card = nullptr;
