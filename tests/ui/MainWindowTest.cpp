@@ -180,7 +180,7 @@ TEST_F(MainWindowTest, DeleteDuplicateReconcileAndDragToAFolder)
 
     // Removing from a folder asks nothing and keeps the transaction.
     select(window, trip);
-    list->tableView()->selectRow(0);
+    list->selectTransactionAtRow(0);
     list->removeTransaction();
     EXPECT_TRUE(shownTitles(window).isEmpty());
     EXPECT_NE(ledger.delegate().fetchVaultObjectWithName(QStringLiteral("Trip")), nullptr);
@@ -201,7 +201,7 @@ TEST_F(MainWindowTest, DeleteDuplicateReconcileAndDragToAFolder)
 
     // Deleting in the library asks first; "No" keeps, "Yes" deletes.
     select(window, ledger.delegate().fetchVaultObjectsWithType(VaultType::MasterVault).front());
-    list->tableView()->selectRow(0);
+    list->selectTransactionAtRow(0);
     const QString doomed = list->selectedTransaction()->valueForKey(u"trans_title").toString();
     answerNextModal([](QWidget* w) { static_cast<QMessageBox*>(w)->button(QMessageBox::No)->click(); });
     list->removeTransaction();
@@ -212,7 +212,7 @@ TEST_F(MainWindowTest, DeleteDuplicateReconcileAndDragToAFolder)
     EXPECT_FALSE(shownTitles(window).contains(doomed));
 
     // Duplicate saves a copy; reconcile clears the pending mark.
-    list->tableView()->selectRow(0);
+    list->selectTransactionAtRow(0);
     list->duplicate();
     EXPECT_EQ(shownTitles(window).size(), 3);
     ManagedObject* hotel = ledger.delegate().fetchObjectsWithEntityName(QStringLiteral("TransEntity"),

@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QLineEdit>
 #include <QTableView>
 #include <QToolButton>
@@ -74,6 +75,10 @@ protected:
         // shortcuts first.
         QKeyEvent event(QEvent::KeyPress, key, modifiers);
         QApplication::sendEvent(w, &event);
+        // The application remembers the modifiers of the last key event:
+        // let go of them, or later clicks would count as Ctrl-clicks.
+        QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
+        QApplication::sendEvent(w, &release);
     }
 };
 
@@ -119,7 +124,7 @@ TEST_F(TransactionIconViewTest, CardsAndTableShareTheSelection)
 {
     select(trip);
     list->switchToListView();
-    list->tableView()->selectRow(3);
+    list->selectTransactionAtRow(3);
     EXPECT_EQ(currentTitle(), QStringLiteral("Day 03"));
     list->switchToIconView();
     EXPECT_EQ(currentTitle(), QStringLiteral("Day 03"));
@@ -128,7 +133,17 @@ TEST_F(TransactionIconViewTest, CardsAndTableShareTheSelection)
         return i.row() == 3 && i.column() == TransactionTableModel::TitleColumn;
     }));
     // Selecting a card selects the whole row, as the commands expect.
-    list->iconView()->setCurrentIndex(list->iconView()->model()->index(5, TransactionTableModel::TitleColumn));
+    // A click carries its own modifiers (none here), as a user's does.
+    window->show();
+    QApplication::processEvents();
+    TransactionIconView* view = list->iconView();
+    const QPoint centre = view->visualRect(view->model()->index(5, TransactionTableModel::TitleColumn)).center();
+    QMouseEvent press(QEvent::MouseButtonPress, centre, view->viewport()->mapToGlobal(centre), Qt::LeftButton,
+                      Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, centre, view->viewport()->mapToGlobal(centre), Qt::LeftButton,
+                        Qt::NoButton, Qt::NoModifier);
+    QApplication::sendEvent(view->viewport(), &press);
+    QApplication::sendEvent(view->viewport(), &release);
     EXPECT_EQ(currentTitle(), QStringLiteral("Day 05"));
     EXPECT_EQ(list->tableView()->selectionModel()->selectedRows().size(), 1);
 }

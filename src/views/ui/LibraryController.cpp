@@ -415,10 +415,22 @@ bool LibraryController::selectTransactionWithID(const QString& uniqueID)
     const int row = m_model->rowOfTransaction(uniqueID);
     if (row < 0)
         return false;
-    m_table->selectRow(row);
-    currentView()->scrollTo(m_model->index(row, TransactionTableModel::TitleColumn));
+    selectTransactionAtRow(row);
     currentView()->setFocus();
     return true;
+}
+
+void LibraryController::selectTransactionAtRow(int row)
+{
+    // Through the selection model: the table's own selectRow() reads the
+    // keyboard modifiers and the header's layout, which a hidden table in
+    // card view may not have.
+    const QModelIndex index = m_model->index(row, TransactionTableModel::TitleColumn);
+    if (!index.isValid())
+        return;
+    m_table->selectionModel()->setCurrentIndex(
+        index, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+    currentView()->scrollTo(index);
 }
 
 const std::vector<ManagedObject*>& LibraryController::arrangedTransObjects() const

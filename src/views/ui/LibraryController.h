@@ -63,6 +63,7 @@ public:
     std::vector<ManagedObject*> selectedTransactions() const;
     ManagedObject* selectedTransaction() const;
     bool selectTransactionWithID(const QString& uniqueID);
+    void selectTransactionAtRow(int row);
     const std::vector<ManagedObject*>& arrangedTransObjects() const;
     Balances balances() const { return m_balances; }
     QString balanceLine() const;
