@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
+#include <random>
 #include <set>
 
 using namespace qf;
@@ -256,4 +257,27 @@ TEST_F(TransactionQueryTest, NumberSortsOrderLargeListsLikeSmallOnes)
             EXPECT_EQ(std::set<ManagedObject*>(sorted.begin(), sorted.end()).size(), given.size());
         }
     }
+}
+
+TEST_F(TransactionQueryTest, LongListsAddUpLikeTheirAmounts)
+{
+    // Long lists are summed in the order of memory rather than their own.
+    const EntityDescription& trans = ManagedObjectModel::shared().trans();
+    const int amountKey = trans.indexOfAttribute(u"trans_amount");
+    for (int i = 0; i < 70000; ++i) {
+        ManagedObject* t = context.insertNewObject(trans);
+        t->setPrimitiveValue(amountKey, Value(static_cast<double>(static_cast<float>((i % 97) * 0.37 - 11))));
+    }
+    std::vector<ManagedObject*> list = context.objects(trans);
+    list.erase(list.begin() + 3); // not every record, and in no order of memory
+    std::mt19937 random(5);
+    std::shuffle(list.begin(), list.end(), random);
+    AmountSum expected;
+    for (ManagedObject* t : list)
+        expected.add(decimalAmount(t->valueForKey(u"trans_amount").toDouble()));
+    const Balances b = TransactionQuery::balances(list);
+    EXPECT_EQ(b.count, list.size());
+    EXPECT_EQ(b.total, expected.total());
+    EXPECT_EQ(b.incoming, expected.incoming());
+    EXPECT_EQ(b.outgoing, expected.outgoing());
 }
