@@ -21,4 +21,53 @@ double decimalAmount(double storedAmount)
     return std::strtod(buffer, nullptr);
 }
 
+std::int64_t AmountSum::micros(double decimal)
+{
+    if (!(std::fabs(decimal) < 1e12))
+        return kNotExact;
+    const auto scaled = static_cast<std::int64_t>(std::llround(decimal * 1e6));
+    return static_cast<double>(scaled) / 1e6 == decimal ? scaled : kNotExact;
+}
+
+void AmountSum::add(double decimal)
+{
+    if (const std::int64_t m = micros(decimal); m != kNotExact) {
+        addMicros(m);
+        return;
+    }
+    ++m_count;
+    if (decimal > 0)
+        m_inexactIncoming += decimal;
+    else if (decimal < 0)
+        m_inexactOutgoing += decimal;
+}
+
+void AmountSum::addMicros(std::int64_t micros)
+{
+    ++m_count;
+    if (micros > 0)
+        m_incoming += micros;
+    else
+        m_outgoing += micros;
+}
+
+namespace {
+
+template<typename Wide>
+double fromMicros(Wide micros)
+{
+    return static_cast<double>(micros) / 1e6;
+}
+
+} // namespace
+
+double AmountSum::total() const
+{
+    return fromMicros(m_incoming + m_outgoing) + (m_inexactIncoming + m_inexactOutgoing);
+}
+
+double AmountSum::incoming() const { return fromMicros(m_incoming) + m_inexactIncoming; }
+
+double AmountSum::outgoing() const { return fromMicros(m_outgoing) + m_inexactOutgoing; }
+
 } // namespace qf

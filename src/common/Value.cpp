@@ -68,10 +68,19 @@ Value Value::data(const QByteArray& bytes)
     return v;
 }
 
+// Copies and moves take a text's state as one word.
+static_assert(sizeof(SharedString) == sizeof(std::int64_t));
+
 void Value::retain() const noexcept
 {
-    if ((m_type == Type::Data || m_type == Type::Array || m_type == Type::Dictionary) && m_box)
+    if (m_type == Type::String) {
+        // m_string already holds the copied word: a copy made in place and
+        // never destroyed is the extra reference that word now stands for.
+        alignas(SharedString) unsigned char reference[sizeof(SharedString)];
+        new (reference) SharedString(m_string);
+    } else if ((m_type == Type::Data || m_type == Type::Array || m_type == Type::Dictionary) && m_box) {
         m_box->refs.fetch_add(1, std::memory_order_relaxed);
+    }
 }
 
 void Value::release() noexcept
@@ -93,28 +102,6 @@ void Value::release() noexcept
     m_int = 0;
 }
 
-Value::Value(const Value& other) noexcept : m_type(other.m_type)
-{
-    if (m_type == Type::String) {
-        new (&m_string) SharedString(other.m_string);
-    } else {
-        m_int = other.m_int;
-        retain();
-    }
-}
-
-Value::Value(Value&& other) noexcept : m_type(other.m_type)
-{
-    if (m_type == Type::String) {
-        new (&m_string) SharedString(std::move(other.m_string));
-        other.m_string.~SharedString();
-    } else {
-        m_int = other.m_int;
-    }
-    other.m_type = Type::Null;
-    other.m_int = 0;
-}
-
 Value& Value::operator=(const Value& other) noexcept
 {
     if (this != &other) {
@@ -123,17 +110,6 @@ Value& Value::operator=(const Value& other) noexcept
     }
     return *this;
 }
-
-Value& Value::operator=(Value&& other) noexcept
-{
-    if (this != &other) {
-        release();
-        new (this) Value(std::move(other));
-    }
-    return *this;
-}
-
-Value::~Value() { release(); }
 
 static double leadingNumber(std::string_view text)
 {

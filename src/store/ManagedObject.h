@@ -87,8 +87,9 @@ protected:
     // Called after a tracked write of a stored attribute (also by undo and
     // rollback), so that record classes can drop caches of the keys depending on it.
     virtual void didChangeValue(int attributeIndex);
-    // Called once the record's stored values are in place after a load, and
-    // right after a new record is inserted.
+    // Called once the record's stored values (and relationships, if it has
+    // any) are in place after a load, before the load returns, and right
+    // after a new record is inserted. Other records may still be loading.
     virtual void awakeFromLoad();
     virtual void awakeFromInsert();
     // A tracked write that follows from another tracked write (a stored copy

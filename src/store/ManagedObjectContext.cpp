@@ -181,6 +181,8 @@ Status ManagedObjectContext::load()
                                         [](const auto& keys) { return !keys.empty(); });
         if (linked)
             links.push_back({object.get(), std::move(raw.relationships)});
+        else
+            object->awakeFromLoad(); // now, while the record is in the cache: a pass after the load costs a miss each
         t.add(std::move(object));
     });
     if (!status) {
@@ -208,10 +210,8 @@ Status ManagedObjectContext::load()
             t->live.push_back(object.get());
     }
     d->nextObjectID = std::max(m_store->metadata().nextObjectID, maxKey + 1);
-    for (const auto& t : d->tables) {
-        for (const auto& object : t->members)
-            object->awakeFromLoad();
-    }
+    for (PendingLinks& link : links)
+        link.object->awakeFromLoad();
     return Status::ok();
 }
 

@@ -90,6 +90,31 @@ struct PackedRows {
 
 constexpr std::size_t kMaxPackedAttributes = 32; // bits of PackedRows::present
 
+// Reads rows through read (which hands each to the sink given) into rows.
+Status readIntoPacked(std::size_t expectedRows, std::size_t attributeCount, PackedRows& rows,
+                      const std::function<Status(const RecordSink&)>& read)
+{
+    try {
+        rows.keys.reserve(expectedRows);
+        rows.present.reserve(expectedRows);
+        rows.values.reserve(expectedRows * attributeCount / 2);
+        return read([&](RawRecord&& record) {
+            std::uint32_t present = 0;
+            for (std::size_t a = 0; a < record.attributes.size(); ++a) {
+                if (!record.attributes[a].isNull()) {
+                    present |= 1u << a;
+                    rows.values.push_back(std::move(record.attributes[a]));
+                }
+            }
+            rows.keys.push_back(record.primaryKey);
+            rows.present.push_back(present);
+        });
+    } catch (const std::bad_alloc&) {
+        rows = {};
+        return Status::failure(QStringLiteral("out of memory"));
+    }
+}
+
 // Makes the record ready for the next row: every value null, no relationships.
 void resetRecord(RawRecord& record, const EntityDescription& entity)
 {
@@ -119,9 +144,9 @@ struct SqliteRecordReader::Chunks {
     std::vector<Taken> taken;
     std::mutex mutex;
     std::condition_variable finished;
-    // Ranges [nextLow, nextHigh) are not taken yet.
-    std::size_t nextLow = 0;
-    std::size_t nextHigh = 0;
+    // Ranges from next on are not taken yet; every thread takes them in
+    // key order.
+    std::size_t next = 0;
 };
 
 Status SqliteRecordReader::readTable(sqlite3* db, const QString& path, const RecordSink& sink)
@@ -152,7 +177,6 @@ Status SqliteRecordReader::readTable(sqlite3* db, const QString& path, const Rec
     for (std::int64_t first = low; first <= high; first += kRowsPerChunk)
         chunks.ranges.push_back({first, std::min(high, first + kRowsPerChunk - 1)});
     chunks.taken.resize(chunks.ranges.size());
-    chunks.nextHigh = chunks.ranges.size();
 
     std::vector<std::thread> workers;
     for (int i = 0; i < threads; ++i) {
@@ -167,11 +191,29 @@ Status SqliteRecordReader::readTable(sqlite3* db, const QString& path, const Rec
     RawRecord record;
     for (std::size_t i = 0; i < chunks.ranges.size() && status; ++i) {
         std::unique_lock lock(chunks.mutex);
-        if (i < chunks.nextHigh) {
-            chunks.nextLow = i + 1;
+        // A range nobody took yet is read here and its records made at once.
+        // The other threads only read, so they run ahead while this one
+        // makes records; this one reads again when it catches up with them.
+        if (i >= chunks.next) {
+            chunks.next = i + 1;
             lock.unlock();
             status = readRange(db, chunks.ranges[i], sink);
             continue;
+        }
+        // While another thread is still reading the range due, read one
+        // further ahead here rather than wait.
+        const std::size_t attributeCount = m_entity.attributes().size();
+        while (!chunks.taken[i].ready && chunks.next < chunks.ranges.size()) {
+            const std::size_t ahead = chunks.next++;
+            lock.unlock();
+            const KeyRange range = chunks.ranges[ahead];
+            PackedRows rows;
+            const Status read = readIntoPacked(static_cast<std::size_t>(range.last - range.first + 1), attributeCount,
+                                               rows, [&](const RecordSink& s) { return readRange(db, range, s); });
+            lock.lock();
+            chunks.taken[ahead].rows = std::move(rows);
+            chunks.taken[ahead].status = read;
+            chunks.taken[ahead].ready = true;
         }
         chunks.finished.wait(lock, [&] { return chunks.taken[i].ready; });
         Chunks::Taken taken = std::move(chunks.taken[i]);
@@ -195,7 +237,7 @@ Status SqliteRecordReader::readTable(sqlite3* db, const QString& path, const Rec
     {
         // After a failure nobody takes more; what is under way finishes.
         std::lock_guard lock(chunks.mutex);
-        chunks.nextHigh = std::min(chunks.nextHigh, chunks.nextLow);
+        chunks.next = chunks.ranges.size();
     }
     for (std::thread& worker : workers)
         worker.join();
@@ -224,32 +266,14 @@ void SqliteRecordReader::readChunksSeparately(const QString& path, Chunks& chunk
             std::size_t index;
             {
                 std::lock_guard lock(chunks.mutex);
-                if (chunks.nextLow >= chunks.nextHigh)
+                if (chunks.next >= chunks.ranges.size())
                     break;
-                index = --chunks.nextHigh;
+                index = chunks.next++;
             }
             PackedRows rows;
-            Status status;
-            try {
-                const KeyRange range = chunks.ranges[index];
-                rows.keys.reserve(static_cast<std::size_t>(range.last - range.first + 1));
-                rows.present.reserve(rows.keys.capacity());
-                rows.values.reserve(rows.keys.capacity() * attributeCount / 2);
-                status = reader.readRange(db, range, [&](RawRecord&& record) {
-                    std::uint32_t present = 0;
-                    for (std::size_t a = 0; a < record.attributes.size(); ++a) {
-                        if (!record.attributes[a].isNull()) {
-                            present |= 1u << a;
-                            rows.values.push_back(std::move(record.attributes[a]));
-                        }
-                    }
-                    rows.keys.push_back(record.primaryKey);
-                    rows.present.push_back(present);
-                });
-            } catch (const std::bad_alloc&) {
-                status = Status::failure(QStringLiteral("out of memory"));
-                rows = {};
-            }
+            const KeyRange range = chunks.ranges[index];
+            const Status status = readIntoPacked(static_cast<std::size_t>(range.last - range.first + 1), attributeCount,
+                                                 rows, [&](const RecordSink& s) { return reader.readRange(db, range, s); });
             {
                 std::lock_guard lock(chunks.mutex);
                 chunks.taken[index].rows = std::move(rows);

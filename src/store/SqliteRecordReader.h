@@ -48,10 +48,12 @@ public:
     SqliteRecordReader(const EntityDescription& entity, std::vector<int> columns);
 
     // Every row of the table in key order. A large table is read in key
-    // ranges: this thread takes them from the start, further threads (on
-    // read-only connections of their own to the file at path) from the end,
-    // until they meet, so the work evens out by itself. The sink still gets
-    // every record on the calling thread, in key order. The store's writes
+    // ranges, taken in order by this thread and further threads (on
+    // read-only connections of their own to the file at path): this one
+    // hands the others' rows to the sink as it reaches them and reads a range
+    // itself whenever it finds none read ahead, so the work evens out by
+    // itself. The sink still gets every record on the calling thread, in key
+    // order. The store's writes
     // come from the thread calling this, so the connections see the same data.
     Status readTable(sqlite3* db, const QString& path, const RecordSink& sink);
 
@@ -64,7 +66,7 @@ private:
     Status readRange(sqlite3* db, KeyRange range, const RecordSink& sink);
     // Steps the prepared select to its end, handing each row to the sink.
     Status readAll(sqlite3* db, sqlite3_stmt* select, const RecordSink& sink);
-    // Takes ranges from the end until none is left, for another thread.
+    // Takes ranges in order until none is left, for another thread.
     void readChunksSeparately(const QString& path, Chunks& chunks) const;
 
     const EntityDescription& m_entity;

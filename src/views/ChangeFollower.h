@@ -20,7 +20,9 @@ public:
     bool follow(const ManagedObjectContext& context, const EntityDescription& entity, std::size_t cachedRecords);
     void rebuilt(const ManagedObjectContext& context);
 
-    // Records changed since the cache was built: the cache may be wrong about them.
+    // Records changed since the cache was built: the cache may be wrong about
+    // them. Every insert, delete, undelete and rollback passes the change
+    // log, so a record the cache holds that is not stale is not deleted.
     const std::unordered_set<ManagedObject*>& stale() const { return m_stale; }
 
 private:

@@ -9,9 +9,11 @@
 
 #include <QStringList>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace qf {
 
@@ -35,6 +37,9 @@ struct TransKeys {
     int amount = transEntity().indexOfKey(u"trans_amount");
     int date = transEntity().indexOfKey(u"trans_date");
     int keywords = transEntity().indexOfKey(u"trans_keywords");
+    int to = transEntity().indexOfKey(u"trans_to");
+    int from = transEntity().indexOfKey(u"trans_from");
+    int notes = transEntity().indexOfKey(u"trans_notes");
     int isUpcoming = transEntity().indexOfKey(u"trans_isUpcoming");
 };
 
@@ -240,8 +245,9 @@ std::string_view textOf(const ManagedObject& record, int key, bool* isNull)
 
 double numberOf(const ManagedObject& record, int key)
 {
-    const Value* stored = record.storedValueForKeyIndex(key);
-    const Value value = stored ? *stored : record.value(key);
+    if (const Value* stored = record.storedValueForKeyIndex(key))
+        return stored->isNull() ? -std::numeric_limits<double>::infinity() : stored->toDouble();
+    const Value value = record.value(key);
     return value.isNull() ? -std::numeric_limits<double>::infinity() : value.toDouble();
 }
 
@@ -267,30 +273,150 @@ std::uint64_t descendingKey(double number)
     return ~ascending;
 }
 
+struct KeyedIndex {
+    std::uint64_t key;
+    std::size_t index;
+};
+
+// Sorts below this many entries compare; above, they go by the key's bytes.
+constexpr std::size_t kRadixMinimum = 2048;
+
+// Stable sort by a 64-bit key, a byte at a time from the lowest: a million
+// keys in a few passes over memory instead of twenty million comparisons.
+// Bytes that are the same in every key (dates share their top and bottom
+// bytes, addresses their top ones) cost no pass.
+template<typename T, typename KeyOf>
+void radixSort(std::vector<T>& entries, KeyOf keyOf)
+{
+    if (entries.empty())
+        return;
+    constexpr int kBytes = 8;
+    std::vector<std::array<std::size_t, 256>> counts(kBytes);
+    for (auto& c : counts)
+        c.fill(0);
+    for (const T& e : entries) {
+        const std::uint64_t key = keyOf(e);
+        for (int b = 0; b < kBytes; ++b)
+            ++counts[b][(key >> (8 * b)) & 0xFF];
+    }
+    std::vector<T> scratch(entries.size());
+    for (int b = 0; b < kBytes; ++b) {
+        std::array<std::size_t, 256>& c = counts[b];
+        if (c[(keyOf(entries.front()) >> (8 * b)) & 0xFF] == entries.size())
+            continue;
+        std::size_t at = 0;
+        for (std::size_t& n : c)
+            at += std::exchange(n, at);
+        for (const T& e : entries)
+            scratch[c[(keyOf(e) >> (8 * b)) & 0xFF]++] = e;
+        entries.swap(scratch);
+    }
+}
+
+// Runs of equal keys in entries sorted by key go by text next, stably. The
+// texts of tied records are read first, fetched ahead: the records lie
+// anywhere in memory, and reading them as the comparisons ask would cost
+// several cache misses per comparison.
+void sortTiesByText(const std::vector<ManagedObject*>& records, std::vector<KeyedIndex>& entries, int textKey)
+{
+    std::vector<std::pair<std::size_t, std::size_t>> runs;
+    std::vector<ManagedObject*> tied;
+    for (std::size_t first = 0; first < entries.size();) {
+        std::size_t end = first + 1;
+        while (end < entries.size() && entries[end].key == entries[first].key)
+            ++end;
+        if (end - first > 1) {
+            runs.emplace_back(first, end);
+            for (std::size_t i = first; i < end; ++i)
+                tied.push_back(records[entries[i].index]);
+        }
+        first = end;
+    }
+    struct Tied {
+        std::string_view text;
+        bool textIsNull;
+        KeyedIndex entry;
+    };
+    std::vector<Tied> texts(tied.size());
+    constexpr std::size_t kAhead = 4;
+    for (std::size_t i = 0, at = 0; i < runs.size(); ++i) {
+        for (std::size_t e = runs[i].first; e < runs[i].second; ++e, ++at) {
+            if (at + 3 * kAhead < tied.size())
+                __builtin_prefetch(tied[at + 3 * kAhead]);
+            if (at + 2 * kAhead < tied.size())
+                __builtin_prefetch(&tied[at + 2 * kAhead]->primitiveValue(textKey));
+            if (at + kAhead < tied.size())
+                __builtin_prefetch(tied[at + kAhead]->primitiveValue(textKey).string().data());
+            texts[at].text = textOf(*tied[at], textKey, &texts[at].textIsNull);
+            texts[at].entry = entries[e];
+        }
+    }
+    auto before = [](const Tied& a, const Tied& b) {
+        const SortEntry ea{0, a.text, a.textIsNull, nullptr}, eb{0, b.text, b.textIsNull, nullptr};
+        return compareTexts(ea, eb) < 0;
+    };
+    for (std::size_t i = 0, at = 0; i < runs.size(); ++i) {
+        const auto [first, end] = runs[i];
+        const auto begin = texts.begin() + static_cast<std::ptrdiff_t>(at);
+        const auto runEnd = begin + static_cast<std::ptrdiff_t>(end - first);
+        if (end - first > 16) {
+            std::stable_sort(begin, runEnd, before);
+        } else {
+            // Most runs are two or three long: an insertion sort, stable too,
+            // without the buffer a stable_sort allocates each time.
+            for (auto it = begin + 1; it < runEnd; ++it) {
+                Tied moving = *it;
+                auto hole = it;
+                for (; hole > begin && before(moving, *(hole - 1)); --hole)
+                    *hole = *(hole - 1);
+                *hole = moving;
+            }
+        }
+        for (std::size_t e = first; e < end; ++e, ++at)
+            entries[e] = texts[at].entry;
+    }
+}
+
 // Largest first; equal numbers by the text key (when there is one), then in
 // the order given. Sixteen-byte entries: a million of them sort several
 // times faster than entries that carry the texts along, and ties are rare.
 void sortByNumber(std::vector<ManagedObject*>& records, int numberKey, int textKey)
 {
-    struct Entry {
-        std::uint64_t key;
-        std::size_t index;
-    };
+    using Entry = KeyedIndex;
     std::vector<Entry> entries(records.size());
-    for (std::size_t i = 0; i < records.size(); ++i)
+    constexpr std::size_t kAhead = 8;
+    const std::size_t count = records.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        // Records of a filtered list lie scattered: fetch ahead as balances() does.
+        if (i + 2 * kAhead < count)
+            __builtin_prefetch(records[i + 2 * kAhead]);
+        if (i + kAhead < count)
+            __builtin_prefetch(&records[i + kAhead]->primitiveValue(numberKey));
         entries[i] = {descendingKey(numberOf(*records[i], numberKey)), i};
-    std::sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
-        if (a.key != b.key)
-            return a.key < b.key;
-        if (textKey >= 0) {
-            SortEntry ta{0, {}, false, nullptr}, tb{0, {}, false, nullptr};
-            ta.text = textOf(*records[a.index], textKey, &ta.textIsNull);
-            tb.text = textOf(*records[b.index], textKey, &tb.textIsNull);
-            if (const int c = compareTexts(ta, tb))
-                return c < 0;
-        }
-        return a.index < b.index;
-    });
+    }
+    auto textCompare = [&](const Entry& a, const Entry& b) {
+        SortEntry ta{0, {}, false, nullptr}, tb{0, {}, false, nullptr};
+        ta.text = textOf(*records[a.index], textKey, &ta.textIsNull);
+        tb.text = textOf(*records[b.index], textKey, &tb.textIsNull);
+        return compareTexts(ta, tb);
+    };
+    if (entries.size() < kRadixMinimum) {
+        std::sort(entries.begin(), entries.end(), [&](const Entry& a, const Entry& b) {
+            if (a.key != b.key)
+                return a.key < b.key;
+            if (textKey >= 0) {
+                if (const int c = textCompare(a, b))
+                    return c < 0;
+            }
+            return a.index < b.index;
+        });
+    } else {
+        // Stable, so equal numbers stay in the order given; runs of equal
+        // numbers (few) then sort by their texts, stably again.
+        radixSort(entries, [](const Entry& e) { return e.key; });
+        if (textKey >= 0)
+            sortTiesByText(records, entries, textKey);
+    }
     std::vector<ManagedObject*> sorted(records.size());
     for (std::size_t i = 0; i < entries.size(); ++i)
         sorted[i] = records[entries[i].index];
@@ -322,15 +448,20 @@ void TransactionQuery::sortTransactions(std::vector<ManagedObject*>& transaction
         transactions[i] = entries[i].record;
 }
 
-Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transactions)
+namespace {
+
+Balances balancesOf(const AmountSum& sum)
 {
-    Balances b;
+    return {sum.count(), sum.total(), sum.incoming(), sum.outgoing()};
+}
+
+Balances balancesInOrder(const std::vector<ManagedObject*>& transactions)
+{
+    AmountSum sum;
     const int amountKey = transKeys().amount;
-    b.count = transactions.size();
     const int upcomingKey = transKeys().isUpcoming;
-    // Sorted lists visit records in no order of memory: asking for records,
-    // and then for the values the sum reads, a little ahead overlaps their
-    // cache misses.
+    // Records in no order of memory: asking for records, and then for the
+    // values the sum reads, a little ahead overlaps their cache misses.
     constexpr std::size_t kAhead = 8;
     const std::size_t count = transactions.size();
     for (std::size_t i = 0; i < count; ++i) {
@@ -341,15 +472,26 @@ Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transacti
             __builtin_prefetch(&ahead->primitiveValue(amountKey));
             __builtin_prefetch(&ahead->primitiveValue(upcomingKey));
         }
-        const ManagedObject* t = transactions[i];
-        const double amount = decimalAmount(t->value(amountKey).toDouble());
-        b.total += amount;
-        if (amount > 0)
-            b.incoming += amount;
-        else if (amount < 0)
-            b.outgoing += amount;
+        sum.add(decimalAmount(transactions[i]->value(amountKey).toDouble()));
     }
-    return b;
+    return balancesOf(sum);
+}
+
+} // namespace
+
+Balances TransactionQuery::balances(const std::vector<ManagedObject*>& transactions)
+{
+    // Sums do not depend on order: a long list is summed in the order of
+    // memory, which the processor fetches ahead by itself, rather than in
+    // its own order, where every record is a cache miss. Sorting a million
+    // addresses costs a fraction of those misses.
+    constexpr std::size_t kAddressOrderMinimum = 65536;
+    if (transactions.size() >= kAddressOrderMinimum) {
+        std::vector<ManagedObject*> inMemoryOrder = transactions;
+        radixSort(inMemoryOrder, [](ManagedObject* t) { return static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(t)); });
+        return balancesInOrder(inMemoryOrder);
+    }
+    return balancesInOrder(transactions);
 }
 
 std::optional<AbsoluteTime> TransactionQuery::earliestTransactionDate(const ManagedObjectContext& context)
@@ -393,10 +535,12 @@ Predicate TransactionQuery::predicate(const ListQuery& query)
     return p.isNull() ? query.extra : Predicate::andPredicate({p, query.extra});
 }
 
-std::vector<ManagedObject*> TransactionQuery::arrangedTransactions(const ManagedObjectContext& context,
-                                                                   const ListQuery& query, TransactionIndexes* indexes)
+namespace {
+
+// The transactions a list shows, in no particular order.
+std::vector<ManagedObject*> shownTransactions(const ManagedObjectContext& context, const ListQuery& query,
+                                              const Predicate& p, TransactionIndexes* indexes)
 {
-    const Predicate p = predicate(query);
     const QString& text = query.settings.searchText;
     std::vector<ManagedObject*> candidates;
     // The text index knows texts, not formatted amounts: it may narrow only a
@@ -412,15 +556,70 @@ std::vector<ManagedObject*> TransactionQuery::arrangedTransactions(const Managed
     } else if (indexes && !query.accountID.isEmpty()) {
         candidates = indexes->accounts.candidates(context, query.accountID);
     } else {
-        return arrangedTransactions(context, p, query.settings.sort);
+        candidates = context.objects(transEntity());
     }
+    if (p.isNull())
+        return candidates;
     std::vector<ManagedObject*> shown;
-    for (ManagedObject* t : candidates) {
-        if (p.isNull() || p.evaluate(*t))
-            shown.push_back(t);
+    // Candidates lie scattered in memory, and a test reads a record, its
+    // values and their texts one after the other: asking for each of them a
+    // little ahead overlaps the cache misses of several records. A search
+    // reads the five texts it looks in; other lists at least the title.
+    const TransKeys& k = transKeys();
+    const int searched[] = {k.title, k.to, k.from, k.keywords, k.notes};
+    const std::size_t keyCount = text.isEmpty() ? 1 : std::size(searched);
+    constexpr std::size_t kAhead = 4;
+    const std::size_t count = candidates.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i + 3 * kAhead < count) {
+            const char* record = reinterpret_cast<const char*>(candidates[i + 3 * kAhead]);
+            __builtin_prefetch(record);
+            __builtin_prefetch(record + 64);
+        }
+        if (i + 2 * kAhead < count) {
+            for (std::size_t key = 0; key < keyCount; ++key)
+                __builtin_prefetch(&candidates[i + 2 * kAhead]->primitiveValue(searched[key]));
+        }
+        if (i + kAhead < count) {
+            for (std::size_t key = 0; key < keyCount; ++key)
+                __builtin_prefetch(candidates[i + kAhead]->primitiveValue(searched[key]).string().data());
+        }
+        if (p.evaluate(*candidates[i]))
+            shown.push_back(candidates[i]);
     }
+    return shown;
+}
+
+// True when the list shows its whole scope: no filter, search, range or extra condition.
+bool showsWholeScope(const ListQuery& query)
+{
+    const ListSettings& s = query.settings;
+    return s.directionFilter != QLatin1String("FilterIncoming") && s.directionFilter != QLatin1String("FilterOutgoing")
+        && s.typeFilter != QLatin1String("FilterPaid") && s.typeFilter != QLatin1String("FilterPending")
+        && s.searchText.isEmpty() && !query.range && query.extra.isNull();
+}
+
+} // namespace
+
+std::vector<ManagedObject*> TransactionQuery::arrangedTransactions(const ManagedObjectContext& context,
+                                                                   const ListQuery& query, TransactionIndexes* indexes)
+{
+    std::vector<ManagedObject*> shown = shownTransactions(context, query, predicate(query), indexes);
     sortTransactions(shown, query.settings.sort);
     return shown;
+}
+
+Balances TransactionQuery::balances(const ManagedObjectContext& context, const ListQuery& query,
+                                    TransactionIndexes* indexes)
+{
+    // An account's whole list adds up from the amounts its index keeps.
+    if (indexes && !query.accountID.isEmpty() && showsWholeScope(query)) {
+        AmountSum sum;
+        indexes->accounts.addAmounts(context, query.accountID, query.scope.all, sum);
+        return balancesOf(sum);
+    }
+    // Sums do not depend on order: no sort.
+    return balances(shownTransactions(context, query, predicate(query), indexes));
 }
 
 ListQuery ListQuery::forVault(const ManagedObject& vault, const ListSettings& settings)

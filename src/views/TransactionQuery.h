@@ -99,6 +99,10 @@ public:
 
     static void sortTransactions(std::vector<ManagedObject*>& transactions, const QString& sortTitle);
     static Balances balances(const std::vector<ManagedObject*>& transactions);
+    // What arrangedTransactions(context, query, indexes) adds up to, without
+    // arranging it: an account's whole list sums the amounts its index keeps.
+    static Balances balances(const ManagedObjectContext& context, const ListQuery& query,
+                             TransactionIndexes* indexes = nullptr);
     static std::optional<AbsoluteTime> earliestTransactionDate(const ManagedObjectContext& context);
 
     static std::vector<ManagedObject*> arrangedTransactions(const ManagedObjectContext& context,

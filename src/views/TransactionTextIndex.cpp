@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace qf {
 
@@ -31,7 +34,59 @@ void appendFolded(std::string& block, const SharedString& text)
     block.push_back(kFieldEnd);
 }
 
+// Where the needle first occurs in text at or after from; npos for nowhere.
+// Tests sixteen places at once for the needle's first and last byte and
+// compares the rest only where both match: several times the speed of
+// memmem over a block of tens of megabytes, where most bytes start no match.
+std::size_t findFrom(std::string_view text, std::size_t from, std::string_view needle)
+{
+    const std::size_t n = needle.size();
+#if defined(__SSE2__)
+    if (n >= 1) {
+        const __m128i first = _mm_set1_epi8(needle.front());
+        const __m128i last = _mm_set1_epi8(needle.back());
+        const char* data = text.data();
+        std::size_t at = from;
+        for (; at + n - 1 + 16 <= text.size(); at += 16) {
+            const __m128i starts = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + at));
+            const __m128i ends = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + at + n - 1));
+            auto mask = static_cast<unsigned>(
+                _mm_movemask_epi8(_mm_and_si128(_mm_cmpeq_epi8(starts, first), _mm_cmpeq_epi8(ends, last))));
+            while (mask) {
+                const auto bit = static_cast<std::size_t>(__builtin_ctz(mask));
+                if (n <= 2 || std::memcmp(data + at + bit + 1, needle.data() + 1, n - 2) == 0)
+                    return at + bit;
+                mask &= mask - 1;
+            }
+        }
+        from = at;
+    }
+#endif
+    if (from + n > text.size())
+        return std::string_view::npos;
+    const void* hit = memmem(text.data() + from, text.size() - from, needle.data(), n);
+    return hit ? static_cast<std::size_t>(static_cast<const char*>(hit) - text.data()) : std::string_view::npos;
+}
+
 } // namespace
+
+std::size_t TransactionTextIndex::recordAt(std::uint32_t offset, std::size_t from) const
+{
+    // Hits come in block order, mostly a few records apart: gallop from the
+    // last one rather than search all the starts.
+    std::size_t low = from;
+    std::size_t high = from + 1;
+    std::size_t step = 1;
+    while (high < m_starts.size() && m_starts[high] <= offset) {
+        low = high;
+        step *= 2;
+        high = low + step;
+    }
+    high = std::min(high, m_starts.size());
+    const auto next = std::upper_bound(m_starts.begin() + static_cast<std::ptrdiff_t>(low) + 1,
+                                       m_starts.begin() + static_cast<std::ptrdiff_t>(high), offset);
+    return static_cast<std::size_t>(next - m_starts.begin()) - 1;
+}
 
 void TransactionTextIndex::rebuild(const ManagedObjectContext& context)
 {
@@ -67,21 +122,20 @@ std::vector<ManagedObject*> TransactionTextIndex::candidates(const ManagedObject
         // Nothing to narrow by: every live transaction is a candidate.
         return context.objects(transEntity());
     }
-    const char* begin = m_block.data();
-    const char* end = begin + m_block.size();
-    const char* at = begin;
-    while (at < end) {
-        const void* hit = memmem(at, static_cast<std::size_t>(end - at), needle.data(), needle.size());
-        if (!hit)
+    // A record deleted since the build is in the change log, hence stale:
+    // the others need no visit here.
+    const std::string_view block(m_block);
+    std::size_t index = 0;
+    for (std::size_t at = 0; at < block.size();) {
+        const std::size_t hit = findFrom(block, at, needle);
+        if (hit == std::string_view::npos)
             break;
-        const auto offset = static_cast<std::uint32_t>(static_cast<const char*>(hit) - begin);
         // The record whose texts hold the hit; the search goes on after them.
-        const auto next = std::upper_bound(m_starts.begin(), m_starts.end(), offset);
-        const std::size_t index = static_cast<std::size_t>(next - m_starts.begin()) - 1;
+        index = recordAt(static_cast<std::uint32_t>(hit), index);
         ManagedObject* record = m_records[index];
-        if (!record->isDeleted() && !stale.count(record))
+        if (stale.empty() || !stale.count(record))
             found.push_back(record);
-        at = begin + *next;
+        at = m_starts[index + 1];
     }
     for (ManagedObject* record : stale) {
         if (!record->isDeleted())

@@ -32,6 +32,8 @@ public:
 
 private:
     void rebuild(const ManagedObjectContext& context);
+    // The record whose texts hold the block offset, searching from record from on.
+    std::size_t recordAt(std::uint32_t offset, std::size_t from) const;
 
     ChangeFollower m_follower;
     std::string m_block;

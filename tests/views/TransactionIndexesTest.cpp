@@ -140,3 +140,105 @@ TEST_F(TransactionTextIndexTest, AccountListsMatchTheFullScanThroughEdits)
     expectSame(checking);
     expectSame(savings);
 }
+
+TEST_F(TransactionTextIndexTest, AccountBalancesMatchTheArrangedListThroughEdits)
+{
+    Quillfen_AppDelegate& d = ledger.delegate();
+    ManagedObject* checking = VaultLibrary::insertVault(context, d, VaultType::Account, QStringLiteral("Checking"));
+    ManagedObject* savings = VaultLibrary::insertVault(context, d, VaultType::Account, QStringLiteral("Savings"));
+    const QString checkingID = checking->valueForKey(u"vault_uniqueID").toString();
+    const QString savingsID = savings->valueForKey(u"vault_uniqueID").toString();
+
+    // Balances are exact: the index's store order and the list's date order
+    // must agree to the last bit, hence EXPECT_EQ on the sums.
+    auto expectSame = [&](ManagedObject* account) {
+        ListSettings wholeList;
+        ListSettings pending;
+        pending.typeFilter = QStringLiteral("FilterPending");
+        ListSettings incoming;
+        incoming.directionFilter = QStringLiteral("FilterIncoming");
+        ListSettings search;
+        search.searchText = QStringLiteral("o");
+        for (const ListSettings& settings : {wholeList, pending, incoming, search}) {
+            const ListQuery q = ListQuery::forVault(*account, settings);
+            const Balances expected = TransactionQuery::balances(TransactionQuery::arrangedTransactions(context, q));
+            const Balances fast = TransactionQuery::balances(context, q, &indexes);
+            const QString what = account->valueForKey(u"vault_title").toString() + QLatin1Char(' ')
+                               + settings.typeFilter + QLatin1Char(' ') + settings.directionFilter + QLatin1Char(' ')
+                               + settings.searchText;
+            EXPECT_EQ(fast.count, expected.count) << qPrintable(what);
+            EXPECT_EQ(fast.total, expected.total) << qPrintable(what);
+            EXPECT_EQ(fast.incoming, expected.incoming) << qPrintable(what);
+            EXPECT_EQ(fast.outgoing, expected.outgoing) << qPrintable(what);
+        }
+    };
+    auto inAccount = [&](ManagedObject* t, const QString& id) {
+        t->setValueForKey(u"trans_accountID", Value(id));
+        return t;
+    };
+    ManagedObject* groceries = inAccount(ledger.addTransaction(QStringLiteral("Groceries"), -40.37), checkingID);
+    for (int i = 0; i < 10; ++i) // ten tenths: a floating-point sum misses 1 by a bit
+        inAccount(ledger.addTransaction(QStringLiteral("Tenth"), 0.1, {}, 800000000.0 - i * 86400), checkingID);
+    inAccount(ledger.addTransaction(QStringLiteral("Odd"), 1.459, {}, 700000000.0), checkingID);
+    inAccount(ledger.addTransaction(QStringLiteral("Tiny"), 1e-7), checkingID); // not a whole millionth
+    ManagedObject* bill = ledger.addTransaction(QStringLiteral("Rent transfer"), -100, {}, 900000000.0);
+    bill->setValueForKey(u"trans_isUpcoming", Value::boolean(true));
+    bill->setValueForKey(u"trans_billType", Value("Transfer"));
+    bill->setValueForKey(u"trans_billFromAccountID", Value(checkingID));
+    bill->setValueForKey(u"trans_billToAccountID", Value(savingsID));
+    ManagedObject* loose = ledger.addTransaction(QStringLiteral("Loose"), 5);
+    context.processPendingChanges();
+    expectSame(checking);
+    expectSame(savings);
+    EXPECT_EQ(TransactionQuery::balances(context, ListQuery::forVault(*checking, {}), &indexes).count, 14u);
+
+    // The bill's amount follows the selected account, also in the index's sum.
+    for (const QString& selected : {checkingID, savingsID, QString()}) {
+        d.setSelectedVaultID(selected);
+        expectSame(checking);
+        expectSame(savings);
+    }
+
+    groceries->setValueForKey(u"trans_amount", Value(-41.5));
+    inAccount(loose, savingsID);
+    bill->setValueForKey(u"trans_isUpcoming", Value::boolean(false));
+    context.processPendingChanges();
+    ManagedObject* gone = inAccount(ledger.addTransaction(QStringLiteral("Gone"), -1), checkingID);
+    inAccount(ledger.addTransaction(QStringLiteral("New"), 7.25), savingsID);
+    context.processPendingChanges();
+    context.deleteObject(gone);
+    expectSame(checking);
+    expectSame(savings);
+
+    context.processPendingChanges();
+    context.undoManager().undo();
+    expectSame(checking);
+    expectSame(savings);
+    context.undoManager().undo();
+    context.undoManager().undo();
+    expectSame(checking);
+    expectSame(savings);
+}
+
+TEST_F(TransactionTextIndexTest, FindsMatchesAnywhereInTheBlock)
+{
+    // Matches at the start and end of fields and records, across the block's
+    // sixteen-byte steps, and in the very last bytes of the block.
+    for (int i = 0; i < 40; ++i) {
+        const QString filler = QString(i % 17, QLatin1Char('x'));
+        ManagedObject* t = ledger.addTransaction(filler + QStringLiteral("row") + QString::number(i), -1);
+        if (i % 5 == 0)
+            t->setValueForKey(u"trans_notes", Value(filler + QStringLiteral("Longneedle-abcdefghijk")));
+        if (i % 7 == 3)
+            t->setValueForKey(u"trans_to", Value(QStringLiteral("qx")));
+    }
+    ledger.addTransaction(QStringLiteral("abxaabca"), -1); // a near miss just before a match
+    ledger.addTransaction(QStringLiteral("last"), -1)->setValueForKey(u"trans_keywords", Value("tail q"));
+    context.processPendingChanges();
+    for (const char* text : {"longneedle-abcdefghijk", "needle-abcdefghijk", "q", "qx", "row3", "xrow1", "xxxxxxxxxxxxxxxxrow",
+                             "tail q", "k", "x", "abca"})
+        expectSameAsScan(QString::fromLatin1(text));
+    EXPECT_EQ(index.candidates(context, QStringLiteral("needle-abcdefghijk")).size(), 8u);
+    EXPECT_EQ(index.candidates(context, QStringLiteral("q")).size(), 7u);
+    EXPECT_EQ(index.candidates(context, QStringLiteral("abca")).size(), 1u);
+}

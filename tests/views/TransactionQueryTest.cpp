@@ -7,6 +7,10 @@
 
 #include <QDateTime>
 #include <gtest/gtest.h>
+#include <limits>
+#include <map>
+#include <random>
+#include <set>
 
 using namespace qf;
 using qf::test::TempLedger;
@@ -169,4 +173,111 @@ TEST(Money, DecimalAmountsDropSinglePrecisionNoise)
     for (int i = 0; i < 1000; ++i)
         sum += decimalAmount(static_cast<float>(0.1));
     EXPECT_NEAR(sum, 100.0, 1e-9);
+}
+
+TEST(Money, AmountSumsAreExactAndOrderFree)
+{
+    AmountSum tenths;
+    for (int i = 0; i < 10; ++i)
+        tenths.add(0.1);
+    EXPECT_EQ(tenths.total(), 1.0);
+    EXPECT_EQ(tenths.count(), 10u);
+
+    const double amounts[] = {483.86, -0.1, 1.459, -0.2, 3e12, -2.5, 0, 1e-7};
+    AmountSum forward, backward;
+    for (double a : amounts)
+        forward.add(a);
+    for (int i = 7; i >= 0; --i)
+        backward.add(amounts[i]);
+    EXPECT_EQ(forward.total(), backward.total());
+    EXPECT_EQ(forward.incoming(), backward.incoming());
+    EXPECT_EQ(forward.outgoing(), -2.8);
+    EXPECT_EQ(forward.count(), 8u);
+    EXPECT_EQ(AmountSum::micros(1.459), 1459000);
+    EXPECT_EQ(AmountSum::micros(1e-7), AmountSum::kNotExact);
+    EXPECT_EQ(AmountSum::micros(3e12), AmountSum::kNotExact);
+}
+
+TEST_F(TransactionQueryTest, NumberSortsOrderLargeListsLikeSmallOnes)
+{
+    // Small lists sort by comparing, large ones by the keys' bytes: both must
+    // give newest (largest) first, nil last, ties by title (nil first) for
+    // dates, and otherwise the order given.
+    const EntityDescription& trans = ManagedObjectModel::shared().trans();
+    std::uint32_t seed = 7;
+    auto next = [&seed](std::uint32_t below) {
+        seed = seed * 1103515245u + 12345u;
+        return (seed >> 8) % below;
+    };
+    for (int size : {300, 3000}) {
+        for (ManagedObject* t : std::vector<ManagedObject*>(context.objects(trans)))
+            context.deleteObject(t);
+        for (int i = 0; i < size; ++i) {
+            const QString title = next(10) == 0 ? QString() : QStringLiteral("t%1").arg(next(5));
+            // Keys that differ in every byte, and ties.
+            ManagedObject* t = ledger.addTransaction(title, (static_cast<double>(next(400)) - 200) * 0.25, {},
+                                                     800000000.0 - next(2000) * 1.5);
+            if (next(20) == 0)
+                t->setValueForKey(u"trans_date", Value());
+            if (title.isNull())
+                t->setValueForKey(u"trans_title", Value());
+        }
+        const std::vector<ManagedObject*>& given = context.objects(trans);
+        std::map<const ManagedObject*, std::size_t> position;
+        for (std::size_t i = 0; i < given.size(); ++i)
+            position[given[i]] = i;
+        auto number = [](const ManagedObject* t, QStringView key) {
+            const Value v = t->valueForKey(key);
+            return v.isNull() ? -std::numeric_limits<double>::infinity() : v.toDouble();
+        };
+        for (const char* sort : {"Date", "Amount"}) {
+            const bool byDate = QLatin1String(sort) == QLatin1String("Date");
+            const QStringView key = byDate ? u"trans_date" : u"trans_amount";
+            const std::vector<ManagedObject*> sorted =
+                TransactionQuery::arrangedTransactions(context, Predicate(), QString::fromLatin1(sort));
+            ASSERT_EQ(sorted.size(), given.size());
+            std::size_t wrong = 0;
+            for (std::size_t i = 1; i < sorted.size(); ++i) {
+                const ManagedObject* a = sorted[i - 1];
+                const ManagedObject* b = sorted[i];
+                const double na = number(a, key), nb = number(b, key);
+                const Value ta = a->valueForKey(u"trans_title"), tb = b->valueForKey(u"trans_title");
+                bool inOrder;
+                if (na != nb)
+                    inOrder = na > nb;
+                else if (byDate && ta.isNull() != tb.isNull())
+                    inOrder = ta.isNull();
+                else if (byDate && ta.toString() != tb.toString())
+                    inOrder = ta.toString() < tb.toString();
+                else
+                    inOrder = position[a] < position[b];
+                wrong += inOrder ? 0 : 1;
+            }
+            EXPECT_EQ(wrong, 0u) << size << ' ' << sort;
+            EXPECT_EQ(std::set<ManagedObject*>(sorted.begin(), sorted.end()).size(), given.size());
+        }
+    }
+}
+
+TEST_F(TransactionQueryTest, LongListsAddUpLikeTheirAmounts)
+{
+    // Long lists are summed in the order of memory rather than their own.
+    const EntityDescription& trans = ManagedObjectModel::shared().trans();
+    const int amountKey = trans.indexOfAttribute(u"trans_amount");
+    for (int i = 0; i < 70000; ++i) {
+        ManagedObject* t = context.insertNewObject(trans);
+        t->setPrimitiveValue(amountKey, Value(static_cast<double>(static_cast<float>((i % 97) * 0.37 - 11))));
+    }
+    std::vector<ManagedObject*> list = context.objects(trans);
+    list.erase(list.begin() + 3); // not every record, and in no order of memory
+    std::mt19937 random(5);
+    std::shuffle(list.begin(), list.end(), random);
+    AmountSum expected;
+    for (ManagedObject* t : list)
+        expected.add(decimalAmount(t->valueForKey(u"trans_amount").toDouble()));
+    const Balances b = TransactionQuery::balances(list);
+    EXPECT_EQ(b.count, list.size());
+    EXPECT_EQ(b.total, expected.total());
+    EXPECT_EQ(b.incoming, expected.incoming());
+    EXPECT_EQ(b.outgoing, expected.outgoing());
 }
