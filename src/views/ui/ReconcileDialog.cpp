@@ -1,5 +1,7 @@
 #include "views/ui/ReconcileDialog.h"
 
+#include "views/ui/DateField.h"
+
 #include <QDateEdit>
 #include <QDateTime>
 #include <QDialog>
@@ -65,13 +67,16 @@ std::optional<std::pair<AbsoluteTime, AbsoluteTime>> ReconcileDialog::askForRang
     QDialog dialog(parent);
     dialog.setWindowTitle(QObject::tr("Custom Range"));
     auto* form = new QFormLayout(&dialog);
-    QDateEdit* fromEdit = dateEdit(&dialog, from);
-    QDateEdit* toEdit = dateEdit(&dialog, to);
-    form->addRow(QObject::tr("From:"), fromEdit);
-    form->addRow(QObject::tr("To:"), toEdit);
+    auto* fromField = new DateField(toDateTime(from).date(), &dialog);
+    auto* toField = new DateField(toDateTime(to).date(), &dialog);
+    fromField->setObjectName(QStringLiteral("rangeFrom"));
+    toField->setObjectName(QStringLiteral("rangeTo"));
+    fromField->setMinimumWidth(240);
+    form->addRow(QObject::tr("From:"), fromField);
+    form->addRow(QObject::tr("To:"), toField);
     if (!runSheet(dialog, form))
         return std::nullopt;
-    return std::make_pair(toAbsolute(fromEdit->date().startOfDay()), toAbsolute(toEdit->date().startOfDay()));
+    return std::make_pair(toAbsolute(fromField->date().startOfDay()), toAbsolute(toField->date().startOfDay()));
 }
 
 } // namespace qf
