@@ -68,6 +68,18 @@ ManagedObject* TransactionRecords::insert(ManagedObjectContext& context, const R
     return record;
 }
 
+ManagedObject* TransactionRecords::insertPending(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                                 const ValueDictionary& values, AbsoluteTime date)
+{
+    ManagedObject* record = context.insertNewObject(trans());
+    for (const auto& [key, value] : values)
+        record->setValueForKey(key, value);
+    set(record, u"trans_isPending", Value::boolean(true));
+    set(record, u"trans_date", Value::date(date));
+    set(record, u"trans_uniqueID", Value(environment.createUniqueID()));
+    return record;
+}
+
 ManagedObject* TransactionRecords::recordWithUniqueID(const ManagedObjectContext& context, const QString& uniqueID)
 {
     const int key = trans().indexOfAttribute(u"trans_uniqueID");

@@ -49,6 +49,12 @@ public:
     static ManagedObject* scheduleNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
                                                  ManagedObject& record, const QString& repeat);
 
+    // A pending transaction made from handed-in values (the pending sheet):
+    // the values of stored keys are written, then trans_isPending YES, the
+    // date picked and a new identifier. Keys that are not stored are ignored.
+    static ManagedObject* insertPending(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                        const ValueDictionary& values, AbsoluteTime date);
+
     // The first transaction with a unique ID, null when none.
     static ManagedObject* recordWithUniqueID(const ManagedObjectContext& context, const QString& uniqueID);
 };

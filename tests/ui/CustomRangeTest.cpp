@@ -4,6 +4,7 @@
 #include "support/TempLedger.h"
 #include "views/ui/DateField.h"
 #include "views/ui/LibraryController.h"
+#include "views/ui/SourceController.h"
 
 #include <QApplication>
 #include <QCalendarWidget>
@@ -93,4 +94,34 @@ TEST(CustomRange, BothEndsAreSetWithTheCalendarPickerAndStoredOnTheVault)
     for (ManagedObject* t : list->arrangedTransObjects())
         shown << t->valueForKey(u"trans_title").toString();
     EXPECT_EQ(shown, QStringList{QStringLiteral("Inside")});
+}
+
+TEST(PendingSheet, ConfirmingMakesThePendingTransactionOnThePickedDay)
+{
+    TempLedger ledger;
+    ledger.launch();
+    MainWindow window(ledger.delegate());
+    window.show();
+    window.setupSourceList();
+    const ValueDictionary values{{QStringLiteral("trans_title"), Value("Refund")},
+                                 {QStringLiteral("trans_amount"), Value(12.5)}};
+
+    QTimer::singleShot(0, [] {
+        if (auto* sheet = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
+            sheet->reject();
+    });
+    EXPECT_EQ(window.sourceController()->showPendingSheet(values), nullptr);
+    EXPECT_EQ(ledger.context().count(ManagedObjectModel::shared().trans()), 0u);
+
+    QTimer::singleShot(0, [] {
+        auto* sheet = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(sheet, nullptr);
+        sheet->findChild<DateField*>(QStringLiteral("pendingDate"))->setDate(QDate(2026, 3, 14));
+        sheet->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->click();
+    });
+    ManagedObject* made = window.sourceController()->showPendingSheet(values);
+    ASSERT_NE(made, nullptr);
+    EXPECT_EQ(made->valueForKey(u"trans_title").toString(), QStringLiteral("Refund"));
+    EXPECT_TRUE(made->valueForKey(u"trans_isPending").toBool());
+    EXPECT_EQ(made->valueForKey(u"trans_date").toDate(), localMidnight(QDate(2026, 3, 14)));
 }

@@ -2,13 +2,20 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "app/UserDefaults.h"
+#include "common/AmountFormatter.h"
+#include "editing/TransactionRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
 #include "views/ui/AddVaultController.h"
+#include "views/ui/DateField.h"
 #include "views/ui/SourceListModel.h"
 
 #include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
 #include <QListView>
 #include <QMessageBox>
 #include <QPainter>
@@ -174,6 +181,34 @@ void SourceController::toggleVaultIconSize()
 {
     const QString size = UserDefaults::standard().stringForKey(DefaultsKey::SourceSize);
     UserDefaults::standard().setValue(DefaultsKey::SourceSize, SourceListRows::toggledSize(size));
+}
+
+ManagedObject* SourceController::showPendingSheet(const ValueDictionary& values)
+{
+    QDialog sheet(window());
+    sheet.setWindowTitle(tr("New Pending Transaction"));
+    sheet.setWindowModality(Qt::WindowModal);
+    auto* form = new QFormLayout(&sheet);
+    auto text = [&](const char* key) {
+        auto it = values.find(QString::fromLatin1(key));
+        return it == values.end() ? QString() : it->second.toString();
+    };
+    form->addRow(tr("Title:"), new QLabel(text("trans_title").toHtmlEscaped(), &sheet));
+    auto amount = values.find(QStringLiteral("trans_amount"));
+    form->addRow(tr("Amount:"),
+                 new QLabel(m_delegate.amountFormatter().format(amount == values.end() ? 0.0 : amount->second.toDouble()),
+                            &sheet));
+    auto* date = new DateField(QDate::currentDate(), &sheet);
+    date->setObjectName(QStringLiteral("pendingDate"));
+    form->addRow(tr("Date:"), date);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &sheet);
+    connect(buttons, &QDialogButtonBox::accepted, &sheet, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, &sheet, &QDialog::reject);
+    form->addRow(buttons);
+    if (sheet.exec() != QDialog::Accepted)
+        return nullptr;
+    const AbsoluteTime day = static_cast<double>(date->date().startOfDay().toSecsSinceEpoch() - 978307200);
+    return TransactionRecords::insertPending(*m_delegate.managedObjectContext(), m_delegate, values, day);
 }
 
 QString SourceController::toggleIconSizeTitle() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/Value.h"
+
 #include <QWidget>
 
 class QListView;
@@ -32,6 +34,11 @@ public:
     void removeVault();
     void toggleVaultIconSize();
     QString toggleIconSizeTitle() const;
+
+    // The pending-transaction sheet: shows the handed-in transaction and a
+    // date; on OK the transaction is made, pending, on that date. Null when
+    // cancelled.
+    ManagedObject* showPendingSheet(const ValueDictionary& values);
 
     QListView* listView() const { return m_list; }
     SourceListModel* model() const { return m_model; }
