@@ -57,16 +57,9 @@ AccountController::AccountController(Quillfen_AppDelegate& delegate, LibraryCont
     : QFrame(parent), m_delegate(delegate), m_library(library), m_pages(new QStackedWidget(this))
 {
     setObjectName(QStringLiteral("accountPane"));
-    infopane::styleFrame(this);
     m_infoPage = buildInfoPage();
     m_editPage = buildEditPage();
-    m_pages->addWidget(m_infoPage);
-    m_pages->addWidget(m_editPage);
-    infopane::showPage(m_pages, m_infoPage);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(12, 10, 12, 10);
-    layout->addWidget(m_pages);
-    hide();
+    infopane::setupPages(this, m_pages, m_infoPage, m_editPage);
 
     // The list refreshes after every change of the store and of its filters;
     // the balance and the details follow it.
@@ -202,27 +195,7 @@ QWidget* AccountController::buildEditPage()
     grid->setColumnStretch(1, 1);
     grid->setColumnStretch(4, 1);
 
-    auto* cancel = new QPushButton(tr("Cancel"), page);
-    cancel->setObjectName(QStringLiteral("cancelEdit"));
-    auto* save = new QPushButton(tr("Save"), page);
-    save->setObjectName(QStringLiteral("saveEdit"));
-    save->setDefault(true);
-    connect(cancel, &QPushButton::clicked, this, &AccountController::cancelEditAccountInfo);
-    connect(save, &QPushButton::clicked, this, &AccountController::saveEditAccountInfo);
-    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), page);
-    escape->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(escape, &QShortcut::activated, this, &AccountController::cancelEditAccountInfo);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(cancel);
-    buttons->addWidget(save);
-
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(8);
-    layout->addWidget(heading);
-    layout->addLayout(grid);
-    layout->addLayout(buttons);
+    infopane::finishEditPage(page, heading, grid, this, [this] { cancelEditAccountInfo(); }, [this] { saveEditAccountInfo(); });
     return page;
 }
 

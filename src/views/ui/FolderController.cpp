@@ -36,16 +36,9 @@ FolderController::FolderController(Quillfen_AppDelegate& delegate, LibraryContro
     : QFrame(parent), m_delegate(delegate), m_library(library), m_pages(new QStackedWidget(this))
 {
     setObjectName(QStringLiteral("folderPane"));
-    infopane::styleFrame(this);
     m_infoPage = buildInfoPage();
     m_editPage = buildEditPage();
-    m_pages->addWidget(m_infoPage);
-    m_pages->addWidget(m_editPage);
-    infopane::showPage(m_pages, m_infoPage);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(12, 10, 12, 10);
-    layout->addWidget(m_pages);
-    hide();
+    infopane::setupPages(this, m_pages, m_infoPage, m_editPage);
     // After an undo or any other change of the store, show what is stored.
     connect(&m_library, &LibraryController::balancesChanged, this, [this] {
         if (isShown())
@@ -110,27 +103,7 @@ QWidget* FolderController::buildEditPage()
     grid->addWidget(m_shareBox, 1, 1);
     grid->setColumnStretch(2, 1);
 
-    auto* cancel = new QPushButton(tr("Cancel"), page);
-    cancel->setObjectName(QStringLiteral("cancelEdit"));
-    auto* save = new QPushButton(tr("Save"), page);
-    save->setObjectName(QStringLiteral("saveEdit"));
-    save->setDefault(true);
-    connect(cancel, &QPushButton::clicked, this, &FolderController::cancelEditFolderName);
-    connect(save, &QPushButton::clicked, this, &FolderController::saveEditFolderName);
-    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), page);
-    escape->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(escape, &QShortcut::activated, this, &FolderController::cancelEditFolderName);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(cancel);
-    buttons->addWidget(save);
-
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(8);
-    layout->addWidget(heading);
-    layout->addLayout(grid);
-    layout->addLayout(buttons);
+    infopane::finishEditPage(page, heading, grid, this, [this] { cancelEditFolderName(); }, [this] { saveEditFolderName(); });
     return page;
 }
 

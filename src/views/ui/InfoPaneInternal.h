@@ -5,9 +5,15 @@
 // pages (details and edit form) of which only the shown one takes room.
 
 #include <QFrame>
+#include <QHBoxLayout>
+#include <QKeySequence>
+#include <QPushButton>
+#include <QShortcut>
+#include <functional>
 #include <QLabel>
 #include <QSizePolicy>
 #include <QStackedWidget>
+#include <QVBoxLayout>
 
 namespace qf::infopane {
 
@@ -63,6 +69,48 @@ inline void showPage(QStackedWidget* pages, QWidget* page)
     }
     pages->setCurrentWidget(page);
     pages->updateGeometry();
+}
+
+// Lays a pane out as its info page and its edit form, showing the info page;
+// the pane stays hidden until a vault of its kind is shown.
+inline void setupPages(QFrame* pane, QStackedWidget* pages, QWidget* infoPage, QWidget* editPage)
+{
+    styleFrame(pane);
+    pages->addWidget(infoPage);
+    pages->addWidget(editPage);
+    showPage(pages, infoPage);
+    auto* layout = new QVBoxLayout(pane);
+    layout->setContentsMargins(12, 10, 12, 10);
+    layout->addWidget(pages);
+    pane->hide();
+}
+
+// Finishes an edit form: its heading, its fields, then Cancel and Save (Save
+// is the default button; Escape cancels).
+inline void finishEditPage(QWidget* page, QWidget* heading, QLayout* fields, QObject* owner,
+                           const std::function<void()>& cancel, const std::function<void()>& save)
+{
+    auto* cancelButton = new QPushButton(QObject::tr("Cancel"), page);
+    cancelButton->setObjectName(QStringLiteral("cancelEdit"));
+    auto* saveButton = new QPushButton(QObject::tr("Save"), page);
+    saveButton->setObjectName(QStringLiteral("saveEdit"));
+    saveButton->setDefault(true);
+    QObject::connect(cancelButton, &QPushButton::clicked, owner, cancel);
+    QObject::connect(saveButton, &QPushButton::clicked, owner, save);
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), page);
+    escape->setContext(Qt::WidgetWithChildrenShortcut);
+    QObject::connect(escape, &QShortcut::activated, owner, cancel);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(cancelButton);
+    buttons->addWidget(saveButton);
+
+    auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(8);
+    layout->addWidget(heading);
+    layout->addLayout(fields);
+    layout->addLayout(buttons);
 }
 
 } // namespace qf::infopane
