@@ -91,6 +91,33 @@ ManagedObject* TransactionRecords::recordWithUniqueID(const ManagedObjectContext
     return nullptr;
 }
 
+ManagedObject* TransactionRecords::findPendingTransactionWithPaidID(const ManagedObjectContext& context,
+                                                                   const QString& uniqueID)
+{
+    const int paidREF = trans().indexOfAttribute(u"trans_paidREFID");
+    const SharedString wanted = SharedString::fromQString(uniqueID);
+    for (ManagedObject* other : context.objects(trans())) {
+        if (other->primitiveValue(paidREF).string() == wanted)
+            return other;
+    }
+    return nullptr;
+}
+
+ManagedObject* TransactionRecords::insertNextOccurrence(ManagedObjectContext& context,
+                                                        const RecordEnvironment& environment, ManagedObject& record,
+                                                        AbsoluteTime due)
+{
+    ManagedObject* copy = context.insertNewObject(trans());
+    for (int i = 0; i < trans().attributeCount(); ++i)
+        copy->setValue(i, record.committedValue(i));
+    set(copy, u"trans_uniqueID", Value(environment.createUniqueID()));
+    set(copy, u"trans_date", Value::date(due));
+    set(copy, u"trans_isUpcoming", Value::boolean(true));
+    set(copy, u"trans_paidREFID", record.valueForKey(u"trans_uniqueID"));
+    set(&record, u"trans_pendingREFID", copy->valueForKey(u"trans_uniqueID"));
+    return copy;
+}
+
 ManagedObject* TransactionRecords::scheduleNextOccurrence(ManagedObjectContext& context,
                                                           const RecordEnvironment& environment, ManagedObject& record,
                                                           const QString& repeat)
@@ -100,24 +127,11 @@ ManagedObject* TransactionRecords::scheduleNextOccurrence(ManagedObjectContext& 
     if (!due)
         return nullptr;
     const QString uniqueID = record.valueForKey(u"trans_uniqueID").toString();
-    const int paidREF = trans().indexOfAttribute(u"trans_paidREFID");
-    const SharedString wanted = SharedString::fromQString(uniqueID);
-    for (ManagedObject* other : context.objects(trans())) {
-        if (other->primitiveValue(paidREF).string() == wanted) {
-            set(other, u"trans_reoccurrence", record.valueForKey(u"trans_reoccurrence"));
-            return nullptr;
-        }
+    if (ManagedObject* existing = findPendingTransactionWithPaidID(context, uniqueID)) {
+        set(existing, u"trans_reoccurrence", record.valueForKey(u"trans_reoccurrence"));
+        return nullptr;
     }
-
-    ManagedObject* copy = context.insertNewObject(trans());
-    for (int i = 0; i < trans().attributeCount(); ++i)
-        copy->setValue(i, record.committedValue(i));
-    set(copy, u"trans_uniqueID", Value(environment.createUniqueID()));
-    set(copy, u"trans_date", Value::date(*due));
-    set(copy, u"trans_isUpcoming", Value::boolean(true));
-    set(copy, u"trans_paidREFID", Value(uniqueID));
-    set(&record, u"trans_pendingREFID", copy->valueForKey(u"trans_uniqueID"));
-    return copy;
+    return insertNextOccurrence(context, environment, record, *due);
 }
 
 } // namespace qf

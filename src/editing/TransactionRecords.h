@@ -48,6 +48,14 @@ public:
     // the repeat title has no interval.
     static ManagedObject* scheduleNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
                                                  ManagedObject& record, const QString& repeat);
+    // The first transaction whose trans_paidREFID is the unique ID: the
+    // upcoming copy a repeat made of that transaction. Null when none.
+    static ManagedObject* findPendingTransactionWithPaidID(const ManagedObjectContext& context,
+                                                           const QString& uniqueID);
+    // The upcoming copy itself, made from the record's committed values and
+    // due on the given date; the record points at it by trans_pendingREFID.
+    static ManagedObject* insertNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                               ManagedObject& record, AbsoluteTime due);
 
     // A pending transaction made from handed-in values (the pending sheet):
     // the values of stored keys are written, then trans_isPending YES, the
