@@ -1,6 +1,16 @@
 #include "common/QFNSStringCategory.h"
 
+#include "app/ResourceFolder.h"
+#include "common/RtfTextReader.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QHash>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QList>
+#include <QProcess>
+#include <QStandardPaths>
 
 namespace qf {
 
@@ -167,6 +177,87 @@ QString QFNSStringCategory::stringByLowercasingPathExtension(const QString& path
     if (dot <= nameStart)
         return path;
     return path.left(dot + 1) + path.mid(dot + 1).toLower();
+}
+
+namespace {
+
+QString pathExtension(const QString& path)
+{
+    const qsizetype nameStart = path.lastIndexOf(u'/') + 1;
+    const qsizetype dot = path.lastIndexOf(u'.');
+    return dot <= nameStart ? QString() : path.mid(dot + 1);
+}
+
+// Read once: the table is a resource and does not change while running.
+const QHash<QString, QString>& mimeTable()
+{
+    static const QHash<QString, QString> table = [] {
+        QHash<QString, QString> read;
+        QFile file(resourceFolder() + QStringLiteral("/MIME.json"));
+        if (!file.open(QIODevice::ReadOnly))
+            return read;
+        const QJsonObject object = QJsonDocument::fromJson(file.readAll()).object();
+        for (auto it = object.begin(); it != object.end(); ++it)
+            read.insert(it.key().toLower(), it.value().toString());
+        return read;
+    }();
+    return table;
+}
+
+QString wordDocumentText(const QString& path)
+{
+    // Binary word-processor files are left to an installed converter; without
+    // one the document has no text rather than garbage.
+    for (const QString& tool : {QStringLiteral("antiword"), QStringLiteral("catdoc")}) {
+        const QString program = QStandardPaths::findExecutable(tool);
+        if (program.isEmpty())
+            continue;
+        QProcess process;
+        process.start(program, {path});
+        if (process.waitForFinished(10000) && process.exitStatus() == QProcess::NormalExit &&
+            process.exitCode() == 0)
+            return QString::fromUtf8(process.readAllStandardOutput());
+        process.kill();
+        process.waitForFinished(1000);
+    }
+    return QStringLiteral("");
+}
+
+} // namespace
+
+QString QFNSStringCategory::mimeTypeFromExtension(const QString& extension)
+{
+    return mimeTable().value(extension.toLower());
+}
+
+QString QFNSStringCategory::mimeTypeFromFilePath(const QString& path)
+{
+    return mimeTypeFromExtension(pathExtension(path));
+}
+
+QString QFNSStringCategory::stringFromFilePath(const QString& path)
+{
+    const QString extension = pathExtension(path).toLower();
+    if (extension == u"doc")
+        return wordDocumentText(path);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray bytes = file.readAll();
+    if (extension == u"rtf") {
+        Result<QString> text = RtfTextReader::plainText(bytes);
+        return text ? text.value() : QString();
+    }
+    return QString::fromUtf8(bytes);
+}
+
+QStringList QFNSStringCategory::localizeStringsInArray(const QStringList& texts)
+{
+    QStringList localized;
+    localized.reserve(texts.size());
+    for (const QString& text : texts)
+        localized << QCoreApplication::translate("QFNSStringCategory", text.toUtf8().constData());
+    return localized;
 }
 
 } // namespace qf

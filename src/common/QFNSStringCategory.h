@@ -2,6 +2,7 @@
 
 #include <QChar>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 namespace qf {
@@ -60,6 +61,17 @@ public:
     static QString stringSafeForXML(const QString& text);
     // "Scan.PDF" becomes "Scan.pdf"; a name starting with its only dot has no extension.
     static QString stringByLowercasingPathExtension(const QString& path);
+
+    // The MIME type for an extension (any case, no dot) from the resource
+    // table MIME.json; missing when the table has none.
+    static QString mimeTypeFromExtension(const QString& extension);
+    static QString mimeTypeFromFilePath(const QString& path);
+    // The plain text of a file by its extension: "rtf" through RtfTextReader,
+    // "doc" through antiword or catdoc when one is installed (else empty),
+    // anything else read as UTF-8. Missing when the file cannot be read.
+    static QString stringFromFilePath(const QString& path);
+    // Each text through the interface's translation.
+    static QStringList localizeStringsInArray(const QStringList& texts);
 };
 
 } // namespace qf

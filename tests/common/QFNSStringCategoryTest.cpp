@@ -94,3 +94,22 @@ TEST(QFNSStringCategory, XmlEscapesKeepTheApostropheSlip)
     EXPECT_EQ(S::escapeCharacter(text, u'\''), QStringLiteral("Tom &apos; Jerry's <\"Café\">"));
     EXPECT_EQ(S::escapeCharacter(text, u'x'), text);
 }
+
+TEST(QFNSStringCategory, MimeTypesAreLookedUpIgnoringCase)
+{
+    EXPECT_EQ(S::mimeTypeFromExtension(QStringLiteral("pdf")), QStringLiteral("application/pdf"));
+    EXPECT_EQ(S::mimeTypeFromExtension(QStringLiteral("JPG")), QStringLiteral("image/jpeg"));
+    EXPECT_EQ(S::mimeTypeFromFilePath(QStringLiteral("/a.b/Scan.TIFF")), QStringLiteral("image/tiff"));
+    EXPECT_TRUE(S::mimeTypeFromFilePath(QStringLiteral("/a.pdf/README")).isEmpty());
+    EXPECT_TRUE(S::mimeTypeFromExtension(QStringLiteral("nosuchext")).isEmpty());
+}
+
+TEST(QFNSStringCategory, StringFromFilePathReadsRichTextAndUtf8)
+{
+    const QString data = QStringLiteral(QUILLFEN_TEST_DATA_DIR "/attachments/");
+    EXPECT_EQ(S::stringFromFilePath(data + QStringLiteral("receipt.rtf")),
+              QStringLiteral("Café receipt\nTotal:\t12€50 {paid}\n€5 \uF0B7and \\ done"));
+    EXPECT_EQ(S::stringFromFilePath(data + QStringLiteral("note.txt")),
+              QStringLiteral("Überweisung für Miete — März\nZeile 2 ✓\n"));
+    EXPECT_TRUE(S::stringFromFilePath(data + QStringLiteral("missing.txt")).isNull());
+}
