@@ -1,4 +1,5 @@
 #include "CliFormat.h"
+#include "common/AbsoluteTime.h"
 
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
@@ -11,10 +12,6 @@
 #include <cmath>
 
 namespace qf::cli {
-
-namespace {
-constexpr qint64 kReferenceEpoch = 978307200;
-}
 
 QString plainNumber(double value)
 {
@@ -32,8 +29,7 @@ QString plainNumber(double value)
 
 QString isoLocalDate(AbsoluteTime date)
 {
-    const qint64 msecs = std::llround((date + static_cast<double>(kReferenceEpoch)) * 1000.0);
-    return QDateTime::fromMSecsSinceEpoch(msecs).toString(Qt::ISODate);
+    return dateTimeFromAbsoluteTime(date).toString(Qt::ISODate);
 }
 
 std::optional<AbsoluteTime> parseIsoLocalDate(const QString& text)
@@ -42,7 +38,7 @@ std::optional<AbsoluteTime> parseIsoLocalDate(const QString& text)
         QDateTime parsed = QDateTime::fromString(text, QString::fromLatin1(format));
         if (parsed.isValid()) {
             parsed.setTimeSpec(Qt::LocalTime);
-            return static_cast<double>(parsed.toMSecsSinceEpoch()) / 1000.0 - static_cast<double>(kReferenceEpoch);
+            return absoluteTimeFromDateTime(parsed);
         }
     }
     return std::nullopt;

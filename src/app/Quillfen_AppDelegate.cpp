@@ -24,7 +24,6 @@ namespace qf {
 
 namespace {
 Quillfen_AppDelegate* g_sharedInstance = nullptr;
-constexpr qint64 kReferenceEpoch = 978307200; // 2001-01-01 00:00:00 UTC in Unix seconds
 } // namespace
 
 Quillfen_AppDelegate::Quillfen_AppDelegate(QObject* parent) : QObject(parent)

@@ -40,7 +40,6 @@ public:
     // The defaults table, registered before anything else reads a key.
     void registerDefaults();
     void registerDefaults(const QVariantMap& defaults);
-    QVariantMap registeredDefaults() const { return m_registered; }
 
     QVariant value(const QString& key) const;
     bool boolForKey(const QString& key) const;

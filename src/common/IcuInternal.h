@@ -4,6 +4,7 @@
 // include this from a public header: ICU stays out of the rest of the program.
 
 #include "common/Value.h"
+#include "common/AbsoluteTime.h"
 
 #include <QString>
 #include <QStringView>
@@ -13,7 +14,7 @@
 namespace qf::icuglue {
 
 // Milliseconds since 1970 (ICU's UDate) from seconds since 2001 and back.
-inline constexpr double kReferenceOffsetSeconds = 978307200.0;
+inline constexpr double kReferenceOffsetSeconds = kReferenceDateOffset;
 
 inline double udateFromAbsolute(AbsoluteTime seconds) { return (seconds + kReferenceOffsetSeconds) * 1000.0; }
 inline AbsoluteTime absoluteFromUDate(double udate) { return udate / 1000.0 - kReferenceOffsetSeconds; }

@@ -91,9 +91,4 @@ QString SharedString::toQString() const
     return QString::fromUtf8(m_rep->data, m_rep->size);
 }
 
-std::size_t SharedString::hash() const
-{
-    return std::hash<std::string_view>()(view());
-}
-
 } // namespace qf

@@ -35,7 +35,6 @@ public:
     std::string_view view() const { return m_rep ? std::string_view(m_rep->data, m_rep->size) : std::string_view(); }
     const char* data() const { return m_rep ? m_rep->data : ""; }
     QString toQString() const;
-    std::size_t hash() const;
 
     friend bool operator==(const SharedString& a, const SharedString& b)
     {

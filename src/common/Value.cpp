@@ -1,4 +1,5 @@
 #include "common/Value.h"
+#include "common/AbsoluteTime.h"
 
 #include "common/KeyValueCoding.h"
 
@@ -254,7 +255,7 @@ QString Value::debugString() const
     case Type::String:
         return QLatin1Char('"') + toString() + QLatin1Char('"');
     case Type::Date:
-        return QDateTime::fromSecsSinceEpoch(978307200, Qt::UTC)
+        return QDateTime::fromSecsSinceEpoch(static_cast<qint64>(kReferenceDateOffset), Qt::UTC)
             .addMSecs(static_cast<qint64>(std::llround(m_double * 1000.0)))
             .toString(Qt::ISODateWithMs);
     case Type::Data:

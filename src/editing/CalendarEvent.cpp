@@ -1,4 +1,5 @@
 #include "editing/CalendarEvent.h"
+#include "common/AbsoluteTime.h"
 
 #include "app/ResourceFolder.h"
 #include "common/DateFormatter.h"
@@ -15,7 +16,6 @@ namespace qf {
 
 namespace {
 
-constexpr qint64 referenceDateOffset = 978307200; // 2001-01-01 in Unix time
 
 QString escapeText(const QString& text)
 {
@@ -119,7 +119,7 @@ QString CalendarEvent::eventText(const QString& templateText, const ManagedObjec
     const DateFormatter dayFormat = DateFormatter::fromPercentPattern(u"%Y%m%d");
     const QString start = dayFormat.format(when);
     const QDate startDay = QDate::fromString(start, QStringLiteral("yyyyMMdd"));
-    const QDateTime stamp = QDateTime::fromSecsSinceEpoch(referenceDateOffset + qint64(now), QTimeZone::utc());
+    const QDateTime stamp = dateTimeFromAbsoluteTime(now).toUTC();
     text.replace(QLatin1String("$EVENT_UID$"), record.valueForKey(u"trans_uniqueID").toString());
     text.replace(QLatin1String("$EVENT_STAMP$"), stamp.toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'")));
     text.replace(QLatin1String("$EVENT_START$"), start);

@@ -80,17 +80,6 @@ ManagedObject* TransactionRecords::insertPending(ManagedObjectContext& context, 
     return record;
 }
 
-ManagedObject* TransactionRecords::recordWithUniqueID(const ManagedObjectContext& context, const QString& uniqueID)
-{
-    const int key = trans().indexOfAttribute(u"trans_uniqueID");
-    const SharedString wanted = SharedString::fromQString(uniqueID);
-    for (ManagedObject* record : context.objects(trans())) {
-        if (record->primitiveValue(key).string() == wanted)
-            return record;
-    }
-    return nullptr;
-}
-
 ManagedObject* TransactionRecords::findPendingTransactionWithPaidID(const ManagedObjectContext& context,
                                                                    const QString& uniqueID)
 {

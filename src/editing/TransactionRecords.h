@@ -62,9 +62,6 @@ public:
     // date picked and a new identifier. Keys that are not stored are ignored.
     static ManagedObject* insertPending(ManagedObjectContext& context, const RecordEnvironment& environment,
                                         const ValueDictionary& values, AbsoluteTime date);
-
-    // The first transaction with a unique ID, null when none.
-    static ManagedObject* recordWithUniqueID(const ManagedObjectContext& context, const QString& uniqueID);
 };
 
 } // namespace qf

@@ -1,4 +1,5 @@
 #include "store/BudgetManagedObject.h"
+#include "common/AbsoluteTime.h"
 
 #include "store/RecordEnvironment.h"
 
@@ -11,7 +12,6 @@ namespace qf {
 namespace {
 
 // Seconds from 1970-01-01 to 2001-01-01, both UTC.
-constexpr double kReferenceOffset = 978307200.0;
 
 struct BudgetKeys {
     BudgetKeys()
@@ -64,7 +64,7 @@ Value BudgetManagedObject::derivedValue(int derivedIndex) const
 int BudgetManagedObject::dayOfMonthOneMonthLater(AbsoluteTime time)
 {
     const QDate today =
-        QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(std::llround((time + kReferenceOffset) * 1000.0))).date();
+        dateTimeFromAbsoluteTime(time).date();
     const QDate nextMonth = QDate(today.year(), today.month(), 1).addMonths(1);
     const int length = nextMonth.daysInMonth();
     return today.day() <= length ? today.day() : today.day() - length;

@@ -164,8 +164,9 @@ void MainWindow::storeChanged()
     if (m_refreshing)
         return;
     m_refreshing = true;
+    // Rebuilding the source list selects the shown vault again, which
+    // prepares (and so refreshes) its view.
     m_source->refreshSourceTable();
-    m_library->refresh();
     updateCommands();
     m_refreshing = false;
 }

@@ -1,4 +1,5 @@
 #include "views/ui/ReconcileDialog.h"
+#include "common/AbsoluteTime.h"
 
 #include "views/ui/DateField.h"
 
@@ -13,16 +14,15 @@ namespace qf {
 
 namespace {
 
-constexpr qint64 kReferenceEpoch = 978307200;
 
 QDateTime toDateTime(AbsoluteTime t)
 {
-    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>((t + kReferenceEpoch) * 1000.0));
+    return dateTimeFromAbsoluteTime(t);
 }
 
 AbsoluteTime toAbsolute(const QDateTime& dt)
 {
-    return static_cast<double>(dt.toMSecsSinceEpoch()) / 1000.0 - kReferenceEpoch;
+    return absoluteTimeFromDateTime(dt);
 }
 
 QDateEdit* dateEdit(QWidget* parent, AbsoluteTime value)

@@ -1,4 +1,5 @@
 #include "views/ui/SourceController.h"
+#include "common/AbsoluteTime.h"
 
 #include "app/Quillfen_AppDelegate.h"
 #include "app/UserDefaults.h"
@@ -207,7 +208,7 @@ ManagedObject* SourceController::showPendingSheet(const ValueDictionary& values)
     form->addRow(buttons);
     if (sheet.exec() != QDialog::Accepted)
         return nullptr;
-    const AbsoluteTime day = static_cast<double>(date->date().startOfDay().toSecsSinceEpoch() - 978307200);
+    const AbsoluteTime day = absoluteTimeFromDateTime(date->date().startOfDay());
     return TransactionRecords::insertPending(*m_delegate.managedObjectContext(), m_delegate, values, day);
 }
 
