@@ -1,4 +1,5 @@
 #include "app/SoundPlayer.h"
+#include "attachments/AttachmentTestSupport.h"
 #include "attachments/ui/PhotoImageView.h"
 #include "attachments/ui/TransPhotoController.h"
 #include "store/ManagedObject.h"
@@ -7,8 +8,6 @@
 #include "support/TempLedger.h"
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
@@ -23,14 +22,9 @@ using namespace qf::test;
 
 namespace {
 
-struct AlertSeen {
-    bool shown = false;
-    QString text, informativeText, button;
-};
-
-// Reads and answers the message box that the next call opens; gives up after
-// a few seconds so a missing box cannot hang the run.
-void answerAlert(AlertSeen& seen, int attemptsLeft = 300)
+// Reads and answers the next message box as "text|informative text|buttons";
+// gives up after a few seconds so a missing box cannot hang the run.
+void answerAlert(QString& seen, int attemptsLeft = 300)
 {
     QTimer::singleShot(10, [&seen, attemptsLeft] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
@@ -39,20 +33,23 @@ void answerAlert(AlertSeen& seen, int attemptsLeft = 300)
                 answerAlert(seen, attemptsLeft - 1);
             return;
         }
-        seen.shown = true;
-        seen.text = box->text();
-        seen.informativeText = box->informativeText();
-        seen.button = box->buttons().size() == 1 ? box->buttons().first()->text() : QStringLiteral("<buttons>");
+        QStringList buttons;
+        for (QAbstractButton* button : box->buttons())
+            buttons << button->text();
+        seen = box->text() + u'|' + box->informativeText() + u'|' + buttons.join(u',');
         box->buttons().first()->click();
     });
 }
+
+const QString kNoCameraAlert = QStringLiteral(
+    "Failed to connect to camera|No camera was found or it is in use by another application.|OK");
 
 class FakeCamera : public PhotoCamera {
 public:
     Status start(QSize wanted) override
     {
         wantedResolution = wanted;
-        return startFails ? Status::failure(QStringLiteral("busy")) : Status::ok();
+        return Status::ok();
     }
     void stop() override { stopped = true; }
     QImage currentFrame() const override { return frame; }
@@ -62,7 +59,6 @@ public:
         Q_EMIT frameReceived(image);
     }
 
-    bool startFails = false;
     bool stopped = false;
     QSize wantedResolution;
     QImage frame;
@@ -91,22 +87,21 @@ protected:
         ledger.launch();
         trans = ledger.addTransaction(QStringLiteral("Groceries"), -42.0);
         folder = ledger.folder() + QStringLiteral("/Attachments/") + trans->valueForKey(u"trans_uniqueID").toString();
-        pane.resize(400, 320);
         pane.show();
     }
-    void useFakeCamera(bool startFails = false)
+    void useFakeCamera()
     {
-        pane.setCameraFactory([this, startFails] {
-            auto camera = std::make_unique<FakeCamera>();
-            camera->startFails = startFails;
-            this->camera = camera.get();
-            return camera;
+        pane.setCameraFactory([this] {
+            auto made = std::make_unique<FakeCamera>();
+            camera = made.get();
+            return made;
         });
     }
-    QString writeFile(const QString& name, const QByteArray& bytes)
+    void expectCameraOff()
     {
-        QFile file(files.filePath(name));
-        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() ? file.fileName() : QString();
+        EXPECT_FALSE(pane.isCameraRunning());
+        EXPECT_FALSE(pane.togglePhotoButton()->isChecked());
+        EXPECT_TRUE(pane.takePictureButton()->isHidden());
     }
 
     TempLedger ledger;
@@ -117,62 +112,34 @@ protected:
     QPointer<FakeCamera> camera;
 };
 
-void expectNoCameraState(TransPhotoController& pane, const AlertSeen& seen)
-{
-    EXPECT_TRUE(seen.shown);
-    EXPECT_EQ(seen.text, QStringLiteral("Failed to connect to camera"));
-    EXPECT_EQ(seen.informativeText, QStringLiteral("No camera was found or it is in use by another application."));
-    EXPECT_EQ(seen.button, QStringLiteral("OK"));
-    EXPECT_FALSE(pane.isCameraRunning());
-    EXPECT_FALSE(pane.togglePhotoButton()->isChecked());
-    EXPECT_TRUE(pane.takePictureButton()->isHidden());
-}
-
 } // namespace
 
 TEST_F(PhotoPaneTest, WithoutACameraTheToggleAlertsAndFallsBackOff)
 {
     const QImage photo = filled(30, 20, Qt::red);
     pane.setCurrentTransImage(photo);
-    AlertSeen seen;
+    QString seen;
     answerAlert(seen);
     pane.togglePhotoButton()->click();
     if (pane.isCameraRunning())
         GTEST_SKIP() << "this machine has a camera";
-    expectNoCameraState(pane, seen);
+    EXPECT_EQ(seen, kNoCameraAlert);
+    expectCameraOff();
     // The photo in hand survives the failed attempt.
-    EXPECT_EQ(pane.currentTransImage(), photo);
     EXPECT_EQ(pane.transPhotoImageView()->image(), photo);
     EXPECT_FALSE(pane.removeButton()->isHidden());
     EXPECT_TRUE(pane.noPhotoStatusTextField()->isHidden());
 }
 
-TEST_F(PhotoPaneTest, ACameraThatFailsOnceRunningIsReleasedWithTheSameAlert)
-{
-    useFakeCamera();
-    pane.togglePhotoButton()->click();
-    ASSERT_TRUE(pane.isCameraRunning());
-    EXPECT_EQ(camera->wantedResolution, QSize(320, 240));
-    EXPECT_FALSE(pane.takePictureButton()->isHidden());
-    EXPECT_TRUE(pane.noPhotoStatusTextField()->isHidden());
-
-    AlertSeen seen;
-    answerAlert(seen);
-    Q_EMIT camera->failed(QStringLiteral("unplugged"));
-    ASSERT_TRUE(waitUntil([&] { return seen.shown && !pane.isCameraRunning(); }));
-    expectNoCameraState(pane, seen);
-    EXPECT_FALSE(pane.noPhotoStatusTextField()->isHidden());
-    EXPECT_TRUE(waitUntil([&] { return camera.isNull(); })) << "the failed camera is never deleted";
-}
-
-TEST_F(PhotoPaneTest, TakingAPictureKeepsTheLastFrameAndStopsTheCamera)
+TEST_F(PhotoPaneTest, CameraShowsFramesTakesTheLastAndStopsWhenLeftOrBroken)
 {
     QStringList played;
     SoundPlayer::setShared(std::make_unique<RecordingPlayer>(played));
     useFakeCamera();
     pane.togglePhotoButton()->click();
     ASSERT_TRUE(pane.isCameraRunning());
-    camera->deliver(filled(32, 24, Qt::green));
+    EXPECT_EQ(camera->wantedResolution, QSize(320, 240));
+    EXPECT_FALSE(pane.takePictureButton()->isHidden());
     const QImage last = filled(32, 24, Qt::blue);
     camera->deliver(last);
     EXPECT_EQ(pane.transPhotoImageView()->image(), last) << "live frames are not shown";
@@ -182,96 +149,88 @@ TEST_F(PhotoPaneTest, TakingAPictureKeepsTheLastFrameAndStopsTheCamera)
     SoundPlayer::setShared(nullptr);
     EXPECT_EQ(played, QStringList{QStringLiteral("photo_shutter")});
     EXPECT_EQ(pane.currentTransImage(), last);
-    EXPECT_FALSE(pane.isCameraRunning());
     EXPECT_TRUE(camera->stopped);
-    EXPECT_FALSE(pane.togglePhotoButton()->isChecked());
-    EXPECT_TRUE(pane.takePictureButton()->isHidden());
-    EXPECT_FALSE(pane.removeButton()->isHidden());
+    expectCameraOff();
 
-    // Turning the camera off without a shot leaves the photo as it was.
+    // Leaving the pane stops the camera and keeps the photo.
     pane.togglePhotoButton()->click();
     camera->deliver(filled(32, 24, Qt::yellow));
-    pane.togglePhotoButton()->click();
-    EXPECT_FALSE(pane.isCameraRunning());
-    EXPECT_EQ(pane.currentTransImage(), last);
+    pane.hide();
+    EXPECT_TRUE(camera->stopped);
+    expectCameraOff();
     EXPECT_EQ(pane.transPhotoImageView()->image(), last);
+
+    // A camera that breaks while running is let go, with the same alert.
+    pane.show();
+    pane.togglePhotoButton()->click();
+    ASSERT_TRUE(pane.isCameraRunning());
+    QString seen;
+    answerAlert(seen);
+    Q_EMIT camera->failed(QStringLiteral("unplugged"));
+    ASSERT_TRUE(waitUntil([&] { return !seen.isEmpty() && !pane.isCameraRunning(); }));
+    EXPECT_EQ(seen, kNoCameraAlert);
+    expectCameraOff();
+    EXPECT_TRUE(waitUntil([&] { return camera.isNull(); })) << "the broken camera is never deleted";
 }
 
 TEST_F(PhotoPaneTest, DropTakesReadableImagesAndRefusesEverythingElse)
 {
-    const QImage red = filled(16, 12, Qt::red);
-    ASSERT_TRUE(red.save(files.filePath(QStringLiteral("receipt.png"))));
-    const QString text = writeFile(QStringLiteral("notes.txt"), "just words");
-    const QString fake = writeFile(QStringLiteral("fake.png"), "not a picture at all");
+    const QString png = files.filePath(QStringLiteral("receipt.png"));
+    ASSERT_TRUE(filled(16, 12, Qt::red).save(png));
+    const QString text = files.filePath(QStringLiteral("notes.txt"));
+    const QString fake = files.filePath(QStringLiteral("fake.png"));
+    ASSERT_TRUE(writeFile(text, "just words") && writeFile(fake, "not a picture at all"));
     PhotoImageView* view = pane.transPhotoImageView();
 
-    QMimeData textFile;
+    QMimeData textFile, renamed, imageFile, pasted;
     textFile.setUrls({QUrl::fromLocalFile(text)});
-    EXPECT_FALSE(PhotoImageView::canAcceptDrop(textFile));
     EXPECT_FALSE(sendDrop(view, textFile));
-    QMimeData renamed;
     renamed.setUrls({QUrl::fromLocalFile(fake)});
-    EXPECT_TRUE(PhotoImageView::canAcceptDrop(renamed)) << "the extension alone decides while dragging";
+    EXPECT_TRUE(sendDragEnter(view, renamed)) << "the extension alone decides while dragging";
     EXPECT_FALSE(sendDrop(view, renamed));
     EXPECT_TRUE(pane.currentTransImage().isNull());
 
-    QMimeData imageFile;
-    imageFile.setUrls({QUrl::fromLocalFile(text), QUrl::fromLocalFile(files.filePath(QStringLiteral("receipt.png")))});
+    imageFile.setUrls({QUrl::fromLocalFile(text), QUrl::fromLocalFile(png)});
     EXPECT_TRUE(sendDrop(view, imageFile));
     EXPECT_EQ(pane.currentTransImage().size(), QSize(16, 12));
     EXPECT_EQ(pane.currentTransImage().pixelColor(3, 3), QColor(Qt::red));
-    EXPECT_FALSE(pane.removeButton()->isHidden());
-    EXPECT_TRUE(pane.noPhotoStatusTextField()->isHidden());
 
-    QMimeData pasted;
     pasted.setImageData(filled(8, 8, Qt::blue));
     EXPECT_TRUE(sendDrop(view, pasted));
     EXPECT_EQ(pane.currentTransImage().pixelColor(0, 0), QColor(Qt::blue));
 }
 
-TEST_F(PhotoPaneTest, SavingWritesOnePhotoFileAndReplacesIt)
+TEST_F(PhotoPaneTest, SavingWritesReplacesAndDeletesTheOnePhotoFile)
 {
     pane.setCurrentTransImage(filled(40, 30, Qt::red));
     ASSERT_TRUE(pane.saveToRecord(*trans));
     const QString path = folder + QStringLiteral("/Trans_Photo.jpg");
     EXPECT_EQ(trans->valueForKey(u"trans_photo").toString(), path);
-    EXPECT_EQ(QImage(path).pixelColor(1, 1), QColor(Qt::red)) << "the stored file does not read back";
 
-    const QImage blue = filled(20, 10, Qt::blue);
-    pane.setCurrentTransImage(blue);
+    pane.setCurrentTransImage(filled(20, 10, Qt::blue));
     ASSERT_TRUE(pane.saveToRecord(*trans));
     EXPECT_EQ(trans->valueForKey(u"trans_photo").toString(), path);
     EXPECT_EQ(QDir(folder).entryList(QDir::Files), QStringList{QStringLiteral("Trans_Photo.jpg")});
-
     TransPhotoController other(ledger.delegate());
     other.showRecord(*trans);
-    EXPECT_EQ(other.currentTransImage().size(), QSize(20, 10));
+    EXPECT_EQ(other.currentTransImage().size(), QSize(20, 10)) << "the stored file does not read back";
     EXPECT_EQ(other.currentTransImage().pixelColor(5, 5), QColor(Qt::blue));
-    EXPECT_TRUE(other.noPhotoStatusTextField()->isHidden());
+
+    // Removing the photo deletes its file with the save, not before.
+    pane.removeButton()->click();
+    EXPECT_TRUE(pane.currentTransImage().isNull());
+    EXPECT_FALSE(pane.noPhotoStatusTextField()->isHidden());
+    EXPECT_TRUE(QFile::exists(path)) << "the file went before the save";
+    ASSERT_TRUE(pane.saveToRecord(*trans));
+    EXPECT_FALSE(QFile::exists(path));
+    EXPECT_TRUE(trans->valueForKey(u"trans_photo").isNull());
 
     // A damaged photo file shows as no photo rather than failing the form.
-    ASSERT_FALSE(writeFile(QStringLiteral("broken.jpg"), "garbage").isEmpty());
-    trans->setValueForKey(u"trans_photo", Value(files.filePath(QStringLiteral("broken.jpg"))));
+    const QString broken = files.filePath(QStringLiteral("broken.jpg"));
+    ASSERT_TRUE(writeFile(broken, "garbage"));
+    trans->setValueForKey(u"trans_photo", Value(broken));
     other.showRecord(*trans);
     EXPECT_TRUE(other.currentTransImage().isNull());
     EXPECT_TRUE(other.removeButton()->isHidden());
     EXPECT_FALSE(other.noPhotoStatusTextField()->isHidden());
-}
-
-TEST_F(PhotoPaneTest, RemovingThePhotoThenSavingDeletesTheFile)
-{
-    pane.setCurrentTransImage(filled(40, 30, Qt::red));
-    ASSERT_TRUE(pane.saveToRecord(*trans));
-    const QString path = trans->valueForKey(u"trans_photo").toString();
-    ASSERT_TRUE(QFile::exists(path));
-
-    pane.removeButton()->click();
-    EXPECT_TRUE(pane.currentTransImage().isNull());
-    EXPECT_TRUE(pane.removeButton()->isHidden());
-    EXPECT_FALSE(pane.noPhotoStatusTextField()->isHidden());
-    EXPECT_TRUE(QFile::exists(path)) << "the file went before the save";
-
-    ASSERT_TRUE(pane.saveToRecord(*trans));
-    EXPECT_FALSE(QFile::exists(path));
-    EXPECT_TRUE(trans->valueForKey(u"trans_photo").isNull());
 }

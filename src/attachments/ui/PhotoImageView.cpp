@@ -69,9 +69,9 @@ void PhotoImageView::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF frame = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.setPen(palette().color(QPalette::Mid));
+    painter.setPen(m_dropTarget ? QPen(palette().color(QPalette::Highlight), 2) : QPen(palette().color(QPalette::Mid)));
     painter.setBrush(palette().color(QPalette::Base));
-    painter.drawRoundedRect(frame, 6, 6);
+    painter.drawRoundedRect(m_dropTarget ? frame.adjusted(0.5, 0.5, -0.5, -0.5) : frame, 6, 6);
     if (m_image.isNull())
         return;
     const QRect inside = rect().adjusted(8, 8, -8, -8);
@@ -92,14 +92,30 @@ void PhotoImageView::dragEnterEvent(QDragEnterEvent* event)
 
 void PhotoImageView::dragMoveEvent(QDragMoveEvent* event)
 {
-    if (event->mimeData() && canAcceptDrop(*event->mimeData()))
+    const bool acceptable = event->mimeData() && canAcceptDrop(*event->mimeData());
+    setDropTarget(acceptable);
+    if (acceptable)
         event->acceptProposedAction();
     else
         event->ignore();
 }
 
+void PhotoImageView::dragLeaveEvent(QDragLeaveEvent*)
+{
+    setDropTarget(false);
+}
+
+void PhotoImageView::setDropTarget(bool on)
+{
+    if (m_dropTarget == on)
+        return;
+    m_dropTarget = on;
+    update();
+}
+
 void PhotoImageView::dropEvent(QDropEvent* event)
 {
+    setDropTarget(false);
     const std::optional<QImage> image = event->mimeData() ? imageFromMimeData(*event->mimeData()) : std::nullopt;
     if (!image) {
         event->ignore();

@@ -35,10 +35,14 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
 private:
+    void setDropTarget(bool on);
+
     QImage m_image;
+    bool m_dropTarget = false; // a drag we would take hovers over the view
 };
 
 } // namespace qf

@@ -48,14 +48,16 @@ TransPhotoController::TransPhotoController(Quillfen_AppDelegate& delegate, QWidg
     : QWidget(parent), m_delegate(delegate)
 {
     m_imageView = new PhotoImageView(this);
-    m_noPhotoText = new QLabel(tr("No Photo") + QLatin1Char('\n') +
-                                   tr("Drop an image here, or take one with the camera."),
+    m_noPhotoText = new QLabel(QStringLiteral("<p style='font-size:large'><b>%1</b></p><p>%2</p>")
+                                   .arg(tr("No Photo").toHtmlEscaped(),
+                                        tr("Drop an image here, or take one with the camera.").toHtmlEscaped()),
                                m_imageView);
     m_noPhotoText->setAlignment(Qt::AlignCenter);
     m_noPhotoText->setWordWrap(true);
     m_noPhotoText->setForegroundRole(QPalette::PlaceholderText);
     auto* viewLayout = new QVBoxLayout(m_imageView);
-    viewLayout->addWidget(m_noPhotoText, 0, Qt::AlignCenter);
+    viewLayout->setContentsMargins(16, 16, 16, 16);
+    viewLayout->addWidget(m_noPhotoText);
 
     m_toggleButton = new QPushButton(tr("Camera"), this);
     m_toggleButton->setCheckable(true);
@@ -180,6 +182,13 @@ void TransPhotoController::turnOffiSight()
     m_imageView->setImage(m_currentTransImage);
     m_takePictureButton->hide();
     setToggle(false);
+}
+
+void TransPhotoController::hideEvent(QHideEvent* event)
+{
+    if (m_camera)
+        turnOffiSight();
+    QWidget::hideEvent(event);
 }
 
 void TransPhotoController::takePicture()

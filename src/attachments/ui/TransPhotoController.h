@@ -60,6 +60,10 @@ public Q_SLOTS:
     void takePicture();
     void removePhoto();
 
+protected:
+    // A pane that goes out of sight (its window closed) lets the camera go.
+    void hideEvent(QHideEvent* event) override;
+
 private:
     void startCamera();
     void cameraFailed();
