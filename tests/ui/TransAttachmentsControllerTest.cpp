@@ -6,6 +6,7 @@
 
 #include <QDesktopServices>
 #include <QFile>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QStandardItemModel>
@@ -107,8 +108,10 @@ TEST_F(FilesPaneTest, FilesAddedAndRemovedBeforeSavingLeaveNothing)
     ASSERT_TRUE(pane.removeButton()->isEnabled());
     pane.removeButton()->click();
     EXPECT_EQ(shownTitles(), QStringLiteral("b.txt"));
-    // The row that slid up is selected, so a second press removes it.
-    pane.removeButton()->click();
+    // The row that slid up is selected, so the Delete key removes it next.
+    pane.attTableView()->setFocus();
+    QKeyEvent del(QEvent::KeyPress, Qt::Key_Delete, Qt::NoModifier);
+    QCoreApplication::sendEvent(pane.attTableView(), &del);
     EXPECT_EQ(shownTitles(), QString());
     EXPECT_FALSE(pane.removeButton()->isEnabled());
 

@@ -2,6 +2,7 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AbsoluteTime.h"
+#include "common/DateFormatter.h"
 #include "store/ManagedObject.h"
 
 #include <QDesktopServices>
@@ -11,6 +12,7 @@
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QLocale>
 #include <QMimeData>
@@ -178,6 +180,9 @@ void TransAttachmentsController::doubleClicked(const QModelIndex& index)
 void TransAttachmentsController::reloadRows()
 {
     static QFileIconProvider icons;
+    // The time of day in the same locale as the ledger's dates.
+    const QString localeID = m_delegate.shortDateFormatter().localeIdentifier();
+    const QLocale locale = localeID.isEmpty() ? QLocale() : QLocale(localeID);
     m_model->removeRows(0, m_model->rowCount());
     for (const ValueDictionary& row : m_staging.arrangedRows()) {
         const QString uniqueID = field(row, QStringLiteral("attachment_uniqueID")).toString();
@@ -191,7 +196,7 @@ void TransAttachmentsController::reloadRows()
         if (!added.isNull()) {
             const QDateTime when = dateTimeFromAbsoluteTime(added.toDate()).toLocalTime();
             dateText = m_delegate.formatShortDate(added.toDate()) + QLatin1Char(' ') +
-                       QLocale().toString(when.time(), QLocale::ShortFormat);
+                       locale.toString(when.time(), QLocale::ShortFormat);
         }
         m_model->appendRow({title, new QStandardItem(dateText)});
     }
@@ -201,6 +206,16 @@ void TransAttachmentsController::reloadRows()
 void TransAttachmentsController::updateButtons()
 {
     m_removeButton->setEnabled(!selectedAttachmentID().isEmpty());
+}
+
+void TransAttachmentsController::keyPressEvent(QKeyEvent* event)
+{
+    // The table leaves these keys to its parent.
+    if ((event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace) && !selectedAttachmentID().isEmpty()) {
+        removeAttachment();
+        return;
+    }
+    QWidget::keyPressEvent(event);
 }
 
 void TransAttachmentsController::dragEnterEvent(QDragEnterEvent* event)

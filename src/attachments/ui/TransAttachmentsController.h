@@ -54,6 +54,8 @@ public Q_SLOTS:
     void doubleClicked(const QModelIndex& index);
 
 protected:
+    // Delete and Backspace remove the selected row, like "−".
+    void keyPressEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
