@@ -57,6 +57,8 @@ TEST(CSVUtils, TextBecomesOneRowPerNonBlankLine)
     EXPECT_EQ(dump(CSVUtils::arrayByImportingCSV(u"Title,Date,Amount\r\n  Rent,1/2/24,\"$1,000.00\"\r\n\r\n\n"
                                                  u"Coffee , 1/3/24 ,-3\rLast,x")),
               QStringLiteral("Title|Date|Amount/Rent|1/2/24|$1,000.00/Coffee|1/3/24|-3/Last|x"));
+    // A line that is one open quoted field is a row without cells, not no row.
+    EXPECT_EQ(CSVUtils::arrayByImportingCSV(u"a\n\"x\" , \"open,\nb"), QList<QStringList>({{"a"}, {}, {"b"}}));
     EXPECT_TRUE(CSVUtils::arrayByImportingCSV(u"").isEmpty());
     EXPECT_TRUE(CSVUtils::arrayByImportingCSV(u" \r\n\t\n").isEmpty());
 }
