@@ -4,8 +4,11 @@
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
 #include "common/Money.h"
+#include "common/Predicate.h"
 #include "store/ManagedObject.h"
 #include "store/ManagedObjectContext.h"
+#include "store/RecordEnvironment.h"
+#include "store/VaultLibrary.h"
 
 #include <QFile>
 #include <QUrl>
@@ -79,6 +82,26 @@ std::optional<PrintedReport::Sort> PrintedReport::sortFromTitle(QStringView titl
             return sort;
     }
     return std::nullopt;
+}
+
+std::vector<ManagedObject*> PrintedReport::vaultTransObjects(const RecordEnvironment& store, const ManagedObject& vault)
+{
+    const QString trans = QStringLiteral("TransEntity");
+    const QString type = vault.valueForKey(u"vault_type").toString();
+    const Value id = vault.valueForKey(u"vault_uniqueID");
+    if (type == VaultType::MasterVault)
+        return store.fetch(trans, QStringLiteral("TRUEPREDICATE"), {});
+    if (type == VaultType::BillManager)
+        return store.fetch(trans, QStringLiteral("trans_isUpcoming == YES"), {});
+    if (type == VaultType::Account)
+        return store.fetch(trans, QStringLiteral("trans_accountID == %@"), {id});
+    if (type == VaultType::Playlist)
+        return store.fetch(trans, QStringLiteral("trans_listIDs contains %@"), {id});
+    if (type == VaultType::SmartPlaylist) {
+        const QString rule = vault.valueForKey(u"vault_smartPredicateString").toString();
+        return store.fetch(trans, Predicate::parse(rule) ? rule : QStringLiteral("self == nil"), {});
+    }
+    return {};
 }
 
 PrintedReport::PrintedReport(Templates templates, const ManagedObjectContext& context, const QString& localeIdentifier)

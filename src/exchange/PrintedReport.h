@@ -16,6 +16,7 @@ class AmountFormatter;
 class DateFormatter;
 class ManagedObject;
 class ManagedObjectContext;
+class RecordEnvironment;
 
 // The report page of a list of transactions: HTML filled from the templates
 // "Header.html" (the page with its totals) and "Transactions.html" (one row)
@@ -42,6 +43,13 @@ public:
     // The sort item titles in pop-up order, and back; none for other titles.
     static QString sortTitle(Sort sort);
     static std::optional<Sort> sortFromTitle(QStringView title);
+
+    // A vault's transactions fetched by its kind: all for the library, the
+    // upcoming ones for the bill manager, an account's, a folder's, a smart
+    // folder's (none when its rule does not parse); none for other kinds.
+    // The print command prints what the list shows instead; this is for
+    // callers that have a vault but no list.
+    static std::vector<ManagedObject*> vaultTransObjects(const RecordEnvironment& store, const ManagedObject& vault);
 
     // Account and budget titles are looked up among the context's vaults as
     // they are now. Dates and amounts follow the locale (empty: the default one).

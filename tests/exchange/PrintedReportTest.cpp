@@ -96,6 +96,39 @@ TEST(PrintedReport, FourSortsAscendingWithMissingValuesFirst)
         EXPECT_EQ(PrintedReport::sortFromTitle(PrintedReport::sortTitle(sort)), sort);
 }
 
+TEST(PrintedReport, VaultTransactionsAreFetchedByTheVaultsKind)
+{
+    TempLedger ledger;
+    ManagedObjectContext& context = ledger.launch();
+    Quillfen_AppDelegate& d = ledger.delegate();
+    auto vault = [&](const QString& type, const char* title) {
+        return VaultLibrary::insertVault(context, d, type, QString::fromLatin1(title));
+    };
+    ManagedObject* account = vault(VaultType::Account, "Checking");
+    ManagedObject* folder = vault(VaultType::Playlist, "Trip");
+    ManagedObject* smart = vault(VaultType::SmartPlaylist, "Coffee");
+    ManagedObject* broken = vault(VaultType::SmartPlaylist, "Broken");
+    ManagedObject* budget = vault(VaultType::Budget, "Home");
+    smart->setValueForKey(u"vault_smartPredicateString", Value("trans_title CONTAINS[c] 'coffee'"));
+    broken->setValueForKey(u"vault_smartPredicateString", Value("trans_title ==="));
+    ledger.addTransaction(QStringLiteral("Rent"), -900)->setValueForKey(u"trans_accountID", account->valueForKey(u"vault_uniqueID"));
+    ledger.addTransaction(QStringLiteral("Hotel"), -180)->setValueForKey(u"trans_listIDs", folder->valueForKey(u"vault_uniqueID"));
+    ledger.addTransaction(QStringLiteral("Coffee"), -3)->setValueForKey(u"trans_isUpcoming", Value::boolean(true));
+
+    auto fetched = [&](ManagedObject* v) {
+        QStringList t = titles(PrintedReport::vaultTransObjects(d, *v));
+        t.sort();
+        return t;
+    };
+    EXPECT_EQ(fetched(d.fetchVaultObjectsWithType(VaultType::MasterVault).front()), QStringList({"Coffee", "Hotel", "Rent"}));
+    EXPECT_EQ(fetched(d.fetchVaultObjectsWithType(VaultType::BillManager).front()), QStringList({"Coffee"}));
+    EXPECT_EQ(fetched(account), QStringList({"Rent"}));
+    EXPECT_EQ(fetched(folder), QStringList({"Hotel"}));
+    EXPECT_EQ(fetched(smart), QStringList({"Coffee"}));
+    EXPECT_TRUE(fetched(broken).isEmpty());
+    EXPECT_TRUE(fetched(budget).isEmpty());
+}
+
 TEST(PrintedReport, ShippedTemplatesHoldEveryPlaceholderAndLinkTheirStyleSheet)
 {
     const auto templates = PrintedReport::loadTemplates();
