@@ -4,6 +4,8 @@
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "exchange/ui/CSVExportPanel.h"
+#include "exchange/ui/PrintingController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -75,6 +77,9 @@ void MainWindow::buildMenus()
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
+    file->addSeparator();
+    file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
+    file->addAction(tr("Print…"), QKeySequence::Print, this, &MainWindow::print);
     file->addSeparator();
     m_lockDatabase = file->addAction(tr("Lock Database"), this, [this] { m_lockPanel->lockDatabase(); });
     connect(file, &QMenu::aboutToShow, this, [this] {
@@ -249,6 +254,18 @@ void MainWindow::closeEvent(QCloseEvent* event)
     }
     m_delegate.applicationWillTerminate();
     event->accept();
+}
+
+void MainWindow::exportCSV()
+{
+    CSVExportPanel::exportCSV(this, m_delegate, m_source->selectedVaultObject(), m_library->arrangedTransObjects());
+}
+
+void MainWindow::print()
+{
+    if (!m_printing)
+        m_printing = new PrintingController(m_delegate, this);
+    m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
 }
 
 } // namespace qf

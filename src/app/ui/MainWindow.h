@@ -14,6 +14,7 @@ class LibraryController;
 class LockPanelController;
 class ManagedObject;
 class PreferencesController;
+class PrintingController;
 class Quillfen_AppDelegate;
 class SourceController;
 
@@ -47,6 +48,8 @@ private:
     void redo();
     void save();
     void openAboutBox();
+    void exportCSV();
+    void print();
 
     Quillfen_AppDelegate& m_delegate;
     SourceController* m_source;
@@ -64,6 +67,7 @@ private:
     QAction* m_lockDatabase = nullptr;
     LockPanelController* m_lockPanel = nullptr;
     PreferencesController* m_preferences = nullptr;
+    PrintingController* m_printing = nullptr;
     bool m_refreshing = false;
 };
 
