@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
+#include <QToolButton>
 #include <gtest/gtest.h>
 
 using namespace qf;
@@ -146,8 +147,11 @@ TEST_F(AccountTransferControllerTest, OpeningOnAFolderDropsTheFolderID)
     ManagedObject* trip = VaultLibrary::insertVault(context, ledger.delegate(), VaultType::Playlist, QStringLiteral("Trip"));
     context.processPendingChanges();
     const QString tripID = trip->valueForKey(u"vault_uniqueID").toString();
-    AccountTransferController* sheet = openOn(trip);
+    ASSERT_TRUE(window->sourceController()->selectControllerWithID(tripID));
+    window->libraryController()->findChild<QToolButton*>(QStringLiteral("transferButton"))->click();
+    auto* sheet = window->findChild<AccountTransferController*>();
     ASSERT_NE(sheet, nullptr);
+    EXPECT_TRUE(sheet->isVisible());
     EXPECT_NE(trip->valueForKey(u"vault_uniqueID").toString(), tripID);
     EXPECT_EQ(sheet->fromPopup()->currentText(), QStringLiteral("None"));
     EXPECT_EQ(sheet->fromPopup()->count(), 4); // None, separator, Alpha, Beta

@@ -62,6 +62,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
+    connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);

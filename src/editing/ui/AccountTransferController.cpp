@@ -1,6 +1,8 @@
 #include "editing/ui/AccountTransferController.h"
 
+#include "app/Quillfen_AppDelegate.h"
 #include "app/SoundPlayer.h"
+#include "common/AmountFormatter.h"
 #include "editing/ui/AccountPopup.h"
 #include "store/ManagedObject.h"
 #include "views/ui/LibraryController.h"
@@ -17,7 +19,7 @@ namespace qf {
 
 AccountTransferController::AccountTransferController(Quillfen_AppDelegate& delegate, LibraryController* list,
                                                      QWidget* parent)
-    : QDialog(parent), m_transfer(delegate), m_list(list), m_from(new QComboBox(this)), m_to(new QComboBox(this)),
+    : QDialog(parent), m_delegate(delegate), m_transfer(delegate), m_list(list), m_from(new QComboBox(this)), m_to(new QComboBox(this)),
       m_amount(new QLineEdit(this))
 {
     setWindowTitle(tr("Transfer"));
@@ -55,6 +57,7 @@ void AccountTransferController::loadTransferPanelWithVaultObject(ManagedObject* 
     fillAccountPopup(*m_from, m_transfer.fromAccounts());
     fillAccountPopup(*m_to, m_transfer.toAccounts());
     m_amount->clear();
+    m_amount->setPlaceholderText(m_delegate.amountFormatter().format(0));
     m_amount->setFocus();
     open();
 }

@@ -45,6 +45,7 @@ public:
 private:
     void amountDidEndEditing();
 
+    Quillfen_AppDelegate& m_delegate;
     AccountTransfer m_transfer;
     LibraryController* m_list;
     QComboBox* m_from;

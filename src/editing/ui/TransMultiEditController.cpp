@@ -48,13 +48,12 @@ QStringList tagTokens(const QString& text)
 TransMultiEditController::TransMultiEditController(Quillfen_AppDelegate& delegate, LibraryController* list,
                                                    QWidget* parent)
     : QDialog(parent), m_delegate(delegate), m_list(list), m_form(delegate.amountFormatter()),
-      m_account(new QComboBox(this)), m_repeat(new QComboBox(this))
+      m_heading(new QLabel(this)), m_account(new QComboBox(this)), m_repeat(new QComboBox(this))
 {
     setWindowTitle(tr("Edit Transactions"));
     setWindowModality(Qt::WindowModal);
 
-    auto* heading = new QLabel(tr("Checked fields are written to every selected transaction."), this);
-    heading->setWordWrap(true);
+    m_heading->setWordWrap(true);
     auto* grid = new QGridLayout;
     grid->setColumnStretch(1, 1);
     grid->setHorizontalSpacing(12);
@@ -108,7 +107,8 @@ TransMultiEditController::TransMultiEditController(Quillfen_AppDelegate& delegat
     connect(buttons, &QDialogButtonBox::rejected, this, &TransMultiEditController::cancel);
 
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(heading);
+    layout->addWidget(m_heading);
+    layout->addSpacing(6);
     layout->addLayout(grid);
     layout->addWidget(buttons);
     setMinimumWidth(440);
@@ -125,6 +125,8 @@ bool TransMultiEditController::editTransObjects(const std::vector<ManagedObject*
         return false;
     if (TagsController* tags = TagsController::sharedInstance())
         tags->setTagsTokenField(textField(Field::Tags));
+    const QString title = records.size() == 1 ? tr("Edit 1 Transaction") : tr("Edit %1 Transactions").arg(records.size());
+    m_heading->setText(QStringLiteral("<b>%1</b><br>%2").arg(title, tr("Checked fields are written to each of them.")));
     setupFields();
     textField(Field::Title)->setFocus();
     open();

@@ -8,6 +8,7 @@
 
 class QCheckBox;
 class QComboBox;
+class QLabel;
 class QLineEdit;
 
 namespace qf {
@@ -60,6 +61,7 @@ private:
     Quillfen_AppDelegate& m_delegate;
     LibraryController* m_list;
     TransMultiEditForm m_form;
+    QLabel* m_heading;
     std::array<QCheckBox*, TransMultiEditForm::FieldCount> m_boxes{};
     std::array<QLineEdit*, TextFieldCount> m_texts{};
     QComboBox* m_account;
