@@ -1,5 +1,4 @@
 #include "app/ui/MainWindow.h"
-#include "editing/AccountRecords.h"
 #include "editing/ui/AccountTransferController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -37,11 +36,8 @@ protected:
     void SetUp() override
     {
         Quillfen_AppDelegate& d = ledger.delegate();
-        AccountDetails details;
-        details.title = QStringLiteral("Alpha");
-        alpha = AccountRecords::createAccount(context, d, details);
-        details.title = QStringLiteral("Beta");
-        beta = AccountRecords::createAccount(context, d, details);
+        alpha = ledger.addAccount(QStringLiteral("Alpha"));
+        beta = ledger.addAccount(QStringLiteral("Beta"));
         ASSERT_TRUE(d.saveAction());
         SoundPlayer::setShared(std::make_unique<RecordingPlayer>(played));
         window = std::make_unique<MainWindow>(d);

@@ -1,5 +1,4 @@
 #include "app/ui/MainWindow.h"
-#include "editing/AccountRecords.h"
 #include "editing/ui/FieldCompleter.h"
 #include "editing/ui/TransMultiEditController.h"
 #include "store/ManagedObjectContext.h"
@@ -38,11 +37,8 @@ protected:
     void SetUp() override
     {
         Quillfen_AppDelegate& d = ledger.delegate();
-        AccountDetails details;
-        details.title = QStringLiteral("Checking");
-        checking = AccountRecords::createAccount(context, d, details);
-        details.title = QStringLiteral("Savings");
-        ManagedObject* savings = AccountRecords::createAccount(context, d, details);
+        checking = ledger.addAccount(QStringLiteral("Checking"));
+        ManagedObject* savings = ledger.addAccount(QStringLiteral("Savings"));
         records = {ledger.addTransaction(QStringLiteral("Rent"), -500, QStringLiteral("home"), 800000000),
                    ledger.addTransaction(QStringLiteral("Rent"), 20, QStringLiteral("home"), 800000100),
                    ledger.addTransaction(QStringLiteral("Food"), -30, QString(), 800000200)};
