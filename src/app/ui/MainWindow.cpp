@@ -6,6 +6,8 @@
 #include "app/ui/PreferencesController.h"
 #include "exchange/ui/CSVExportPanel.h"
 #include "exchange/ui/PrintingController.h"
+#include "editing/ui/AccountTransferController.h"
+#include "editing/ui/TransMultiEditController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -62,6 +64,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
+    connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);
@@ -113,6 +116,10 @@ void MainWindow::buildMenus()
     transactions->addAction(tr("Duplicate"), QKeySequence(Qt::CTRL | Qt::Key_D), this, [this] { m_library->duplicate(); });
     transactions->addAction(tr("Mark as Pending"), this, [this] { m_library->markAsPending(); });
     transactions->addAction(tr("Reconcile…"), this, [this] { m_library->reconcileSelected(); });
+    transactions->addSeparator();
+    m_editSelected = transactions->addAction(tr("Edit Selected Transactions…"), this,
+                                             [this] { editTransactions(m_library->selectedTransactions()); });
+    transactions->addAction(tr("Transfer…"), this, &MainWindow::openTransfer);
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
     m_iconSize = view->addAction(m_source->toggleIconSizeTitle(), this, [this] { m_source->toggleVaultIconSize(); });
@@ -182,6 +189,7 @@ void MainWindow::updateCommands()
     m_undo->setEnabled(undo.canUndo());
     m_redo->setEnabled(undo.canRedo());
     m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
+    m_editSelected->setEnabled(m_views->currentWidget() == m_library && m_library->selectedTransaction());
 }
 
 void MainWindow::undo()
@@ -221,6 +229,21 @@ PreferencesController* MainWindow::openPreferences()
     m_preferences->raise();
     m_preferences->activateWindow();
     return m_preferences;
+}
+
+TransMultiEditController* MainWindow::editTransactions(const std::vector<ManagedObject*>& records)
+{
+    if (!m_multiEdit)
+        m_multiEdit = new TransMultiEditController(m_delegate, m_library, this);
+    return m_multiEdit->editTransObjects(records) ? m_multiEdit : nullptr;
+}
+
+AccountTransferController* MainWindow::openTransfer()
+{
+    if (!m_transfer)
+        m_transfer = new AccountTransferController(m_delegate, m_library, this);
+    m_transfer->loadTransferPanelWithVaultObject(m_views->currentWidget() == m_library ? m_library->vault() : nullptr);
+    return m_transfer;
 }
 
 void MainWindow::openAboutBox()
