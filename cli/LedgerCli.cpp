@@ -1,6 +1,7 @@
 #include "LedgerCli.h"
 
 #include "CliFormat.h"
+#include "ImportQifCommand.h"
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
 #include "common/Money.h"
@@ -53,6 +54,8 @@ QString LedgerCli::usage()
         "  list [selection] [--json]    transactions: id, date, title, amount, status, tags\n"
         "  balance [selection]          count, total, incoming, outgoing\n"
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
+        "  import-qif FILE --date-order Month/Day/Year|Day/Month/Year|... [--account ID|TITLE]\n"
+        "                               import every record of a QIF file; prints how many\n"
         "selection: [--vault ID|TITLE] [--where PREDICATE] [--search TEXT]\n"
         "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
         "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
@@ -87,6 +90,8 @@ int LedgerCli::run(const CommandLine& line)
         return balance(line);
     if (command == QLatin1String("predicate"))
         return predicate(line);
+    if (command == QLatin1String("import-qif"))
+        return importQifCommand(m_delegate, line, m_out, m_err);
     if (command.isEmpty())
         return fail(BadUsage, QStringLiteral("no command given\n") + usage());
     return fail(BadUsage, QStringLiteral("unknown command \"%1\"\n").arg(command) + usage());

@@ -1,3 +1,5 @@
+#include "support/CliRun.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -7,11 +9,7 @@
 
 namespace {
 
-struct CliRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
+using qf::test::CliRun;
 
 // Drives quillfen-cli in a home of its own, so no run touches real settings.
 class Cli : public ::testing::Test {
@@ -20,19 +18,9 @@ protected:
 
     QString dataDir() const { return home.path() + QStringLiteral("/ledger"); }
 
-    CliRun run(QStringList arguments, const QString& locale = QStringLiteral("en_US"))
+    CliRun run(const QStringList& arguments, const QString& locale = QStringLiteral("en_US"))
     {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), home.path());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path() + QStringLiteral("/config"));
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.path() + QStringLiteral("/data"));
-        process.setProcessEnvironment(env);
-        arguments = QStringList{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("--locale"), locale} + arguments;
-        process.start(QStringLiteral(QUILLFEN_CLI_PATH), arguments);
-        process.waitForFinished(60000);
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        return qf::test::runCli(home.path(), dataDir(), arguments, locale);
     }
 
     QString add(const QStringList& arguments)
