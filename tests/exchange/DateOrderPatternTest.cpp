@@ -40,17 +40,3 @@ TEST(DateOrderPattern, OverLongFirstPartShiftsTheRestAndNoSeparatorGivesNone)
     EXPECT_EQ(pattern("1/598", "Month/Day/Year"), QStringLiteral("none"));
     EXPECT_EQ(pattern("", "Month/Day/Year"), QStringLiteral("none"));
 }
-
-TEST(DateOrderPattern, OffersEveryOrderOfTheThreeWords)
-{
-    const QStringList titles = DateOrderPattern::orderTitles();
-    EXPECT_EQ(titles.size(), 6);
-    EXPECT_EQ(titles.first(), QStringLiteral("Month/Day/Year"));
-    for (const QString& title : titles) {
-        QStringList words = title.split(QLatin1Char('/'));
-        words.sort();
-        EXPECT_EQ(words, QStringList({QStringLiteral("Day"), QStringLiteral("Month"), QStringLiteral("Year")}));
-        EXPECT_TRUE(DateOrderPattern::isOrderTitle(title));
-    }
-    EXPECT_FALSE(DateOrderPattern::isOrderTitle(QStringLiteral("Month/Month/Year")));
-}

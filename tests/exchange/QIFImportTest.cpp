@@ -129,10 +129,13 @@ TEST_F(QIFImportTest, ImportIntoAnAccountTwiceGivesDuplicatesWithEqualIDs)
     EXPECT_EQ(salary->valueForKey(u"trans_status").toString(), QStringLiteral("Reconciled"));
     EXPECT_EQ(salary->valueForKey(u"trans_uniqueID").toString().size(), 36);
     EXPECT_NE(salary->valueForKey(u"trans_uniqueID"), second[1]->valueForKey(u"trans_uniqueID"));
-    // The payee-less record has no title at all, and nothing else was set.
+    // The payee-less record has no title at all, and no tags or folders.
     EXPECT_TRUE(first[0]->valueForKey(u"trans_title").isNull());
     EXPECT_TRUE(first[0]->valueForKey(u"trans_keywords").isNull());
     EXPECT_TRUE(first[0]->valueForKey(u"trans_listIDs").isNull());
+    // Imported records are cleared ones: the account's pane (and every
+    // "paid" filter) shows them.
+    EXPECT_EQ(QIFImport::clearedTransactions(ledger.delegate(), checkingID).size(), 6u);
 }
 
 TEST_F(QIFImportTest, LibraryImportLeavesTheAccountUnsetAndNothingCheckedCreatesNothing)

@@ -4,6 +4,7 @@
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "exchange/ui/QIFController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -74,6 +75,8 @@ void MainWindow::buildMenus()
                     [this] { m_source->newVault(VaultType::Playlist); });
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
+    file->addAction(tr("Import QIF…"), this,
+                    [this] { qifController()->loadImportQIFPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
     file->addSeparator();
     m_lockDatabase = file->addAction(tr("Lock Database"), this, [this] { m_lockPanel->lockDatabase(); });
@@ -249,6 +252,15 @@ void MainWindow::closeEvent(QCloseEvent* event)
     }
     m_delegate.applicationWillTerminate();
     event->accept();
+}
+
+QIFController* MainWindow::qifController()
+{
+    if (!m_qif) {
+        m_qif = new QIFController(m_delegate, this);
+        connect(m_qif, &QIFController::importFinished, m_source, &SourceController::selectControllerWithID);
+    }
+    return m_qif;
 }
 
 } // namespace qf

@@ -14,6 +14,7 @@ class LibraryController;
 class LockPanelController;
 class ManagedObject;
 class PreferencesController;
+class QIFController;
 class Quillfen_AppDelegate;
 class SourceController;
 
@@ -31,6 +32,8 @@ public:
     LockPanelController* lockPanel() const { return m_lockPanel; }
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
+    // The import sheet, made on first use and kept; the OFX route enters it too.
+    QIFController* qifController();
 
     // First fill after launching, and again after a search-index file was opened.
     void setupSourceList();
@@ -64,6 +67,7 @@ private:
     QAction* m_lockDatabase = nullptr;
     LockPanelController* m_lockPanel = nullptr;
     PreferencesController* m_preferences = nullptr;
+    QIFController* m_qif = nullptr;
     bool m_refreshing = false;
 };
 
