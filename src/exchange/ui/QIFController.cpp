@@ -89,6 +89,10 @@ void QIFController::buildSheet()
     m_accountTable->setModel(m_accountModel);
     m_accountTable->setSelectionMode(QAbstractItemView::NoSelection);
     m_accountTable->verticalHeader()->hide();
+    // Date, title and amount are what tells an entry already in the ledger.
+    m_accountTable->hideColumn(TransactionTableModel::StatusColumn);
+    m_accountTable->hideColumn(TransactionTableModel::TagsColumn);
+    m_accountTable->horizontalHeader()->setSectionResizeMode(TransactionTableModel::TitleColumn, QHeaderView::Stretch);
 
     m_recordModel = new ImportRecordModel(m_delegate, m_import.QIFTransactions(), this);
     m_recordOrder = new QSortFilterProxyModel(this);
@@ -108,6 +112,7 @@ void QIFController::buildSheet()
     m_splitter->addWidget(m_recordsTable);
     m_splitter->setChildrenCollapsible(false);
     m_splitter->setStretchFactor(1, 1);
+    m_splitter->setSizes({340, 560});
 
     auto* top = new QHBoxLayout;
     top->addWidget(m_expandButton);
