@@ -292,6 +292,8 @@ void MainWindow::print()
     if (!m_printing)
         m_printing = new PrintingController(m_delegate, this);
     m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
+}
+
 QIFController* MainWindow::qifController()
 {
     if (!m_qif) {
