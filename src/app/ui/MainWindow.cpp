@@ -4,6 +4,7 @@
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "editing/ui/TransEditController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -60,6 +61,10 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
+    connect(m_library, &LibraryController::transactionActivated, this, [this](ManagedObject* transaction) {
+        if (transaction)
+            transEditController()->showEditWithTransObject(*transaction);
+    });
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);
@@ -100,6 +105,10 @@ void MainWindow::buildMenus()
     preferences->setMenuRole(QAction::PreferencesRole);
 
     QMenu* transactions = menuBar()->addMenu(tr("&Transactions"));
+    transactions->addAction(tr("New Transaction"), QKeySequence::New, this, &MainWindow::newTransaction);
+    m_editTransaction = transactions->addAction(tr("Edit Transaction…"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
+                                                &MainWindow::editTransaction);
+    transactions->addSeparator();
     QAction* remove = transactions->addAction(tr("Delete"), QKeySequence::Delete, this,
                                               [this] { m_library->removeTransaction(); });
     // Delete acts on the list only: the search field keeps its own Delete key.
@@ -177,6 +186,7 @@ void MainWindow::updateCommands()
     m_undo->setEnabled(undo.canUndo());
     m_redo->setEnabled(undo.canRedo());
     m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
+    m_editTransaction->setEnabled(m_library->selectedTransactions().size() == 1);
 }
 
 void MainWindow::undo()
@@ -216,6 +226,29 @@ PreferencesController* MainWindow::openPreferences()
     m_preferences->raise();
     m_preferences->activateWindow();
     return m_preferences;
+}
+
+TransEditController* MainWindow::transEditController()
+{
+    if (!m_transEdit)
+        m_transEdit = new TransEditController(m_delegate, *m_library, this);
+    return m_transEdit;
+}
+
+void MainWindow::newTransaction()
+{
+    // Other views (budgets, bills to come) add with no defaults.
+    const bool listShown = m_views->currentWidget() == m_library;
+    transEditController()->showAddWindowWithDefaults(listShown ? m_library->addDefaults() : ValueDictionary());
+}
+
+void MainWindow::editTransaction()
+{
+    const std::vector<ManagedObject*> selected = m_library->selectedTransactions();
+    if (selected.size() == 1)
+        transEditController()->showEditWithTransObject(*selected.front());
+    else if (selected.empty())
+        QApplication::beep();
 }
 
 void MainWindow::openAboutBox()

@@ -16,6 +16,7 @@ class ManagedObject;
 class PreferencesController;
 class Quillfen_AppDelegate;
 class SourceController;
+class TransEditController;
 
 // The main window: the source list on the left, the selected vault's view on
 // the right, the balance line below, and the menus. Quitting goes through the
@@ -31,6 +32,8 @@ public:
     LockPanelController* lockPanel() const { return m_lockPanel; }
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
+    // The transaction editor, made on first use and kept.
+    TransEditController* transEditController();
 
     // First fill after launching, and again after a search-index file was opened.
     void setupSourceList();
@@ -47,6 +50,8 @@ private:
     void redo();
     void save();
     void openAboutBox();
+    void newTransaction();
+    void editTransaction();
 
     Quillfen_AppDelegate& m_delegate;
     SourceController* m_source;
@@ -62,8 +67,10 @@ private:
     QAction* m_removeVault = nullptr;
     QAction* m_iconSize = nullptr;
     QAction* m_lockDatabase = nullptr;
+    QAction* m_editTransaction = nullptr;
     LockPanelController* m_lockPanel = nullptr;
     PreferencesController* m_preferences = nullptr;
+    TransEditController* m_transEdit = nullptr;
     bool m_refreshing = false;
 };
 

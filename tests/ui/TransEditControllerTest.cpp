@@ -1,0 +1,435 @@
+#include "app/UserDefaults.h"
+#include "app/ui/CalendarPickerController.h"
+#include "app/ui/ErrorController.h"
+#include "app/ui/MainWindow.h"
+#include "common/AmountFormatter.h"
+#include "common/DateFormatter.h"
+#include "editing/AccountRecords.h"
+#include "editing/CalendarApplication.h"
+#include "editing/ui/FieldCompleter.h"
+#include "editing/ui/TransEditController.h"
+#include "editing/ui/TransEditDetailsPane.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+#include "support/EventWait.h"
+#include "support/ModalAnswer.h"
+#include "support/TempLedger.h"
+#include "views/ui/LibraryController.h"
+#include "views/ui/SourceController.h"
+
+#include <QAbstractItemView>
+#include <QAction>
+#include <QCalendarWidget>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDesktopServices>
+#include <QFile>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+#include <QToolButton>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+using namespace qf;
+using qf::test::TempLedger;
+using qf::test::answerNextModal;
+using qf::test::waitUntil;
+
+// Stands in for the desktop's opener of files.
+class OpenedUrls : public QObject {
+    Q_OBJECT
+
+public:
+    QList<QUrl> urls;
+
+public Q_SLOTS:
+    void open(const QUrl& url) { urls.append(url); }
+};
+
+namespace {
+
+class TransEditControllerTest : public ::testing::Test {
+protected:
+    TempLedger ledger;
+    ManagedObjectContext& context = ledger.launch();
+    ManagedObject* checking = nullptr;
+    ManagedObject* trip = nullptr;
+    std::unique_ptr<MainWindow> window;
+
+    void SetUp() override
+    {
+        ErrorController::sharedInstance().setAnimationDuration(1);
+        UserDefaults::standard().setVolatileValue(DefaultsKey::ContactsFolder,
+                                                  QStringLiteral(QUILLFEN_TEST_DATA_DIR "/contacts"));
+        AccountDetails details;
+        details.title = QStringLiteral("Checking");
+        checking = AccountRecords::createAccount(context, ledger.delegate(), details);
+        trip = VaultLibrary::insertVault(context, ledger.delegate(), VaultType::Playlist, QStringLiteral("Trip"));
+        ledger.addTransaction(QStringLiteral("Coffee"), -3.5, QStringLiteral("Food, treats"));
+        ledger.addTransaction(QStringLiteral("Salary"), 2500, QStringLiteral("income"));
+        ASSERT_TRUE(ledger.delegate().saveAction());
+        window = std::make_unique<MainWindow>(ledger.delegate());
+        window->show();
+        window->setupSourceList();
+        selectVault(ledger.delegate().fetchVaultObjectsWithType(VaultType::MasterVault).front());
+    }
+
+    void TearDown() override
+    {
+        window.reset();
+        UserDefaults::standard().clearVolatileValues();
+    }
+
+    void selectVault(ManagedObject* vault)
+    {
+        ASSERT_TRUE(window->sourceController()->selectControllerWithID(vault->valueForKey(u"vault_uniqueID").toString()));
+    }
+
+    QAction* action(const QString& text)
+    {
+        for (QAction* a : window->findChildren<QAction*>()) {
+            if (a->text() == text)
+                return a;
+        }
+        ADD_FAILURE() << "no action " << text.toStdString();
+        return nullptr;
+    }
+
+    // Opens the editor on a new transaction as the menu command does.
+    TransEditController* openNew()
+    {
+        action(QStringLiteral("New Transaction"))->trigger();
+        TransEditController* editor = window->transEditController();
+        EXPECT_TRUE(editor->isVisible());
+        EXPECT_TRUE(QTest::qWaitForWindowActive(editor));
+        return editor;
+    }
+
+    TransEditDetailsPane* details() { return window->transEditController()->detailsPane(); }
+
+    // Moves the keyboard focus into the field and out again, as a user
+    // tabbing through the form does.
+    void leave(QWidget* field)
+    {
+        field->setFocus();
+        details()->notesField()->setFocus();
+    }
+
+    ManagedObject* transaction(const QString& title)
+    {
+        const auto found = ledger.delegate().fetchObjectsWithEntityName(QStringLiteral("TransEntity"),
+                                                                        QStringLiteral("trans_title"), Value(title));
+        return found.empty() ? nullptr : found.front();
+    }
+
+    QString amountText(double amount) { return ledger.delegate().amountFormatter().format(amount); }
+
+    // Chooses the row of the completer's popup with the keyboard.
+    void choose(FieldCompleter* completer, int row)
+    {
+        ASSERT_TRUE(waitUntil([&] { return completer->popup()->isVisible(); }));
+        for (int i = 0; i <= row; ++i)
+            QTest::keyClick(completer->popup(), Qt::Key_Down);
+        QTest::keyClick(completer->popup(), Qt::Key_Return);
+    }
+};
+
+} // namespace
+
+TEST_F(TransEditControllerTest, AddFromTheLibraryStoresTheTypedFieldsAndSelectsTheNewRow)
+{
+    TransEditController* editor = openNew();
+    EXPECT_EQ(editor->windowTitle(), QStringLiteral("New Transaction"));
+    EXPECT_EQ(editor->tabs()->currentIndex(), int(TransEditController::DetailsTab));
+    EXPECT_EQ(details()->typeSelector()->currentData().toString(), QStringLiteral("Outgoing"));
+    EXPECT_EQ(details()->accountSelector()->itemText(0), QStringLiteral("None"));
+    EXPECT_EQ(details()->accountSelector()->itemText(2), QStringLiteral("Checking"));
+
+    QTest::keyClicks(details()->titleField(), QStringLiteral("Groceries"));
+    QTest::keyClicks(details()->amountField(), QStringLiteral("12.50"));
+    leave(details()->amountField());
+    EXPECT_EQ(details()->amountField()->text(), amountText(-12.5));
+    details()->accountSelector()->setCurrentIndex(2);
+    details()->toField()->setText(QStringLiteral("Corner Shop"));
+    details()->fromField()->setText(QStringLiteral("Me"));
+    details()->tagsField()->setText(QStringLiteral("Food,Rent ,"));
+    details()->notesField()->setPlainText(QStringLiteral("weekly\nshop"));
+    editor->saveButton()->click();
+
+    EXPECT_FALSE(editor->isVisible());
+    ManagedObject* saved = transaction(QStringLiteral("Groceries"));
+    ASSERT_NE(saved, nullptr);
+    EXPECT_DOUBLE_EQ(saved->valueForKey(u"trans_amount").toDouble(), -12.5);
+    EXPECT_EQ(saved->valueForKey(u"trans_direction").toString(), QStringLiteral("Outgoing"));
+    EXPECT_EQ(saved->valueForKey(u"trans_to").toString(), QStringLiteral("Corner Shop"));
+    EXPECT_EQ(saved->valueForKey(u"trans_from").toString(), QStringLiteral("Me"));
+    EXPECT_EQ(saved->valueForKey(u"trans_keywords").toString(), QStringLiteral("Food, Rent"));
+    EXPECT_EQ(saved->valueForKey(u"trans_notes").toString(), QStringLiteral("weekly\nshop"));
+    EXPECT_EQ(saved->valueForKey(u"trans_accountID"), checking->valueForKey(u"vault_uniqueID"));
+    EXPECT_EQ(saved->valueForKey(u"trans_reoccurrence").toString(), QStringLiteral("Never"));
+    EXPECT_FALSE(context.hasChanges());
+    EXPECT_EQ(window->libraryController()->selectedTransaction(), saved);
+
+    // Added while a folder is shown, the transaction joins the folder.
+    selectVault(trip);
+    openNew();
+    details()->titleField()->setText(QStringLiteral("Taxi"));
+    details()->amountField()->setText(QStringLiteral("20"));
+    editor->saveButton()->click();
+    ManagedObject* taxi = transaction(QStringLiteral("Taxi"));
+    ASSERT_NE(taxi, nullptr);
+    EXPECT_EQ(taxi->valueForKey(u"trans_listIDs"), trip->valueForKey(u"vault_uniqueID"));
+    EXPECT_EQ(window->libraryController()->selectedTransaction(), taxi);
+}
+
+TEST_F(TransEditControllerTest, EditOpensFromReturnOrTheMenuSavesChangesAndCancelWritesNothing)
+{
+    ManagedObject* coffee = transaction(QStringLiteral("Coffee"));
+    LibraryController* list = window->libraryController();
+    ASSERT_TRUE(list->selectTransactionWithID(coffee->valueForKey(u"trans_uniqueID").toString()));
+    QTest::keyClick(list->tableView(), Qt::Key_Return);
+    TransEditController* editor = window->transEditController();
+    ASSERT_TRUE(editor->isVisible());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(editor));
+    EXPECT_EQ(editor->windowTitle(), QStringLiteral("Edit Transaction"));
+    EXPECT_EQ(details()->titleField()->text(), QStringLiteral("Coffee"));
+    EXPECT_EQ(details()->amountField()->text(), amountText(-3.5));
+    EXPECT_EQ(details()->tagsField()->text(), QStringLiteral("Food, treats"));
+
+    // Switching the type flips the shown sign.
+    details()->amountField()->setText(QStringLiteral("4.20"));
+    details()->typeSelector()->setFocus();
+    QTest::keyClick(details()->typeSelector(), Qt::Key_Up);
+    EXPECT_EQ(details()->typeSelector()->currentData().toString(), QStringLiteral("Incoming"));
+    EXPECT_EQ(details()->amountField()->text(), amountText(4.2));
+    details()->accountSelector()->setCurrentIndex(2);
+    editor->saveButton()->click();
+    EXPECT_FALSE(editor->isVisible());
+    EXPECT_FLOAT_EQ(float(coffee->valueForKey(u"trans_amount").toDouble()), 4.2f);
+    EXPECT_EQ(coffee->valueForKey(u"trans_direction").toString(), QStringLiteral("Incoming"));
+    EXPECT_EQ(coffee->valueForKey(u"trans_accountID"), checking->valueForKey(u"vault_uniqueID"));
+    EXPECT_EQ(list->selectedTransaction(), coffee);
+
+    // The menu command edits the one selected transaction; Cancel drops the change.
+    QAction* edit = action(QStringLiteral("Edit Transaction…"));
+    ASSERT_TRUE(edit->isEnabled());
+    edit->trigger();
+    ASSERT_TRUE(editor->isVisible());
+    details()->titleField()->setText(QStringLiteral("Changed"));
+    editor->cancelButton()->click();
+    EXPECT_FALSE(editor->isVisible());
+    EXPECT_EQ(coffee->valueForKey(u"trans_title").toString(), QStringLiteral("Coffee"));
+    EXPECT_FALSE(context.hasChanges());
+
+    // Escape cancels too, and reopening shows the stored values again.
+    edit->trigger();
+    EXPECT_EQ(details()->titleField()->text(), QStringLiteral("Coffee"));
+    QTest::keyClick(editor, Qt::Key_Escape);
+    EXPECT_FALSE(editor->isVisible());
+
+    list->tableView()->clearSelection();
+    EXPECT_FALSE(edit->isEnabled());
+}
+
+TEST_F(TransEditControllerTest, RefusedTitleOrAmountIsMarkedAndNothingIsSaved)
+{
+    const size_t before = ledger.delegate().fetchAllTransObjects().size();
+    TransEditController* editor = openNew();
+    ErrorController& marker = ErrorController::sharedInstance();
+    details()->amountField()->setText(QStringLiteral("5"));
+    editor->saveButton()->click();
+    EXPECT_TRUE(editor->isVisible());
+    EXPECT_TRUE(marker.isShown());
+    EXPECT_EQ(marker.field(), details()->titleField());
+
+    ASSERT_TRUE(waitUntil([&] { return !marker.isAnimating(); }));
+    details()->titleField()->setText(QStringLiteral("Lunch"));
+    details()->amountField()->setText(QStringLiteral("0"));
+    editor->saveButton()->click();
+    EXPECT_TRUE(editor->isVisible());
+    EXPECT_EQ(marker.field(), details()->amountField());
+    EXPECT_EQ(ledger.delegate().fetchAllTransObjects().size(), before);
+
+    // Leaving the editor takes the marker away with it.
+    editor->cancelButton()->click();
+    EXPECT_TRUE(waitUntil([&] { return !marker.isShown(); }));
+}
+
+TEST_F(TransEditControllerTest, DateFieldBeepsAndEmptiesOnBadTextAndTakesPickedDates)
+{
+    openNew();
+    QLineEdit* date = details()->dateField();
+    QSignalSpy beeps(window->transEditController(), &TransEditController::beeped);
+    date->setText(QStringLiteral("no date"));
+    leave(date);
+    EXPECT_EQ(beeps.count(), 1);
+    EXPECT_TRUE(date->text().isEmpty());
+
+    // A short date is shown in the long format, without a beep.
+    date->setText(QStringLiteral("3/4/24"));
+    leave(date);
+    EXPECT_EQ(date->text(), QStringLiteral("Mar 4, 2024"));
+    EXPECT_EQ(beeps.count(), 1);
+
+    CalendarPickerController& picker = CalendarPickerController::sharedInstance();
+    details()->calendarButton()->click();
+    ASSERT_TRUE(waitUntil([&] { return picker.panel() && picker.panel()->isVisible(); }));
+    EXPECT_EQ(picker.calendar()->selectedDate(), QDate(2024, 3, 4));
+    picker.calendar()->setSelectedDate(QDate(2024, 2, 29));
+    picker.done();
+    EXPECT_EQ(date->text(), QStringLiteral("Feb 29, 2024"));
+}
+
+TEST_F(TransEditControllerTest, MonthlyRepeatAskedWithTheAlertMakesOneSavedUpcomingCopy)
+{
+    TransEditController* editor = openNew();
+    details()->titleField()->setText(QStringLiteral("Rent"));
+    details()->amountField()->setText(QStringLiteral("800"));
+    details()->dateField()->setText(QStringLiteral("Jan 31, 2024"));
+    details()->repeatSelector()->setCurrentIndex(details()->repeatSelector()->findData(QStringLiteral("Monthly")));
+    QStringList alertWords;
+    answerNextModal([&](QWidget* modal) {
+        auto* alert = qobject_cast<QMessageBox*>(modal);
+        ASSERT_NE(alert, nullptr);
+        alertWords << alert->text() << alert->informativeText();
+        ASSERT_EQ(alert->buttons().size(), 1);
+        alertWords << alert->buttons().front()->text();
+        alert->buttons().front()->click();
+    });
+    editor->saveButton()->click();
+    EXPECT_FALSE(editor->isVisible());
+    ASSERT_TRUE(waitUntil([&] { return !editor->reoccurenceAlert(); }));
+    EXPECT_EQ(alertWords, (QStringList{QStringLiteral("Reocurring Transaction Added to the Bill Manager"),
+                                       QStringLiteral("A new Upcoming transction will be added with your repeat "
+                                                      "setting to the Bill Manager."),
+                                       QStringLiteral("OK")}));
+
+    ManagedObject* rent = transaction(QStringLiteral("Rent"));
+    ASSERT_NE(rent, nullptr);
+    const auto copies = ledger.delegate().fetchObjectsWithEntityName(
+        QStringLiteral("TransEntity"), QStringLiteral("trans_paidREFID"), rent->valueForKey(u"trans_uniqueID"));
+    ASSERT_EQ(copies.size(), 1u);
+    EXPECT_TRUE(copies.front()->valueForKey(u"trans_isUpcoming").toBool());
+    EXPECT_EQ(ledger.delegate().longDateFormatter().format(copies.front()->valueForKey(u"trans_date").toDate()),
+              QStringLiteral("Feb 29, 2024"));
+    EXPECT_EQ(rent->valueForKey(u"trans_pendingREFID"), copies.front()->valueForKey(u"trans_uniqueID"));
+    // The store was saved after the answer: the copy is no longer a new record.
+    EXPECT_FALSE(copies.front()->isInserted());
+}
+
+TEST_F(TransEditControllerTest, TitlePayeeAndTagFieldsCompleteFromTheLedgerAndTheContactsFolder)
+{
+    TransEditController* editor = openNew();
+    // The field's completer reacts only while the field has the focus.
+    details()->titleField()->setFocus();
+    QTest::keyClicks(details()->titleField(), QStringLiteral("co"));
+    EXPECT_EQ(editor->titleCompleter()->hints(), QStringList{QStringLiteral("Coffee")});
+    editor->titleCompleter()->popup()->hide();
+    details()->titleField()->setText(QStringLiteral("Bakery"));
+    details()->amountField()->setText(QStringLiteral("5"));
+
+    details()->fromField()->setFocus();
+    QTest::keyClicks(details()->fromField(), QStringLiteral("north"));
+    EXPECT_EQ(editor->fromCompleter()->hints(),
+              (QStringList{QStringLiteral("Northwind Traders"), QStringLiteral("North, South & Co"),
+                           QStringLiteral("northern lights")}));
+    choose(editor->fromCompleter(), 1);
+    EXPECT_EQ(details()->fromField()->text(), QStringLiteral("North, South & Co"));
+    details()->toField()->setFocus();
+    QTest::keyClicks(details()->toField(), QStringLiteral("her"));
+    EXPECT_EQ(editor->toCompleter()->hints(), QStringList{QStringLiteral("Cher")});
+    choose(editor->toCompleter(), 0);
+
+    // Only the last tag is completed; the ones before it stay.
+    details()->tagsField()->setFocus();
+    QTest::keyClicks(details()->tagsField(), QStringLiteral("Rent, FO"));
+    EXPECT_EQ(editor->tagsCompleter()->hints(), QStringList{QStringLiteral("Food")});
+    choose(editor->tagsCompleter(), 0);
+    EXPECT_EQ(details()->tagsField()->text(), QStringLiteral("Rent, Food"));
+    editor->saveButton()->click();
+
+    ManagedObject* bakery = transaction(QStringLiteral("Bakery"));
+    ASSERT_NE(bakery, nullptr);
+    EXPECT_EQ(bakery->valueForKey(u"trans_from").toString(), QStringLiteral("North, South & Co"));
+    EXPECT_EQ(bakery->valueForKey(u"trans_to").toString(), QStringLiteral("Cher"));
+    EXPECT_EQ(bakery->valueForKey(u"trans_keywords").toString(), QStringLiteral("Rent, Food"));
+}
+
+TEST_F(TransEditControllerTest, CalendarEventIsOfferedWhilePendingAndOpenedOnlyWithAHandler)
+{
+    TransEditController* editor = openNew();
+    QCheckBox* pending = details()->pendingBox();
+    QCheckBox* event = details()->calendarEventBox();
+    EXPECT_FALSE(event->isVisible());
+    pending->click();
+    EXPECT_TRUE(event->isVisible());
+    event->click();
+    pending->click();
+    EXPECT_FALSE(event->isVisible());
+    EXPECT_FALSE(event->isChecked());
+
+    OpenedUrls opened;
+    QDesktopServices::setUrlHandler(QStringLiteral("file"), &opened, "open");
+    auto addPendingWithEvent = [&](const QString& title) {
+        openNew();
+        details()->titleField()->setText(title);
+        details()->amountField()->setText(QStringLiteral("60"));
+        details()->pendingBox()->click();
+        details()->calendarEventBox()->click();
+        editor->saveButton()->click();
+        ManagedObject* saved = transaction(title);
+        EXPECT_NE(saved, nullptr);
+        EXPECT_TRUE(saved && saved->valueForKey(u"trans_setiCalEvent").toBool());
+        return saved ? CalendarApplication::eventFilePath(saved->valueForKey(u"trans_uniqueID").toString()) : QString();
+    };
+
+    editor->setCalendarHandlerLookup([] { return QString(); });
+    const QString unhandled = addPendingWithEvent(QStringLiteral("Gym"));
+    EXPECT_FALSE(QFile::exists(unhandled));
+    EXPECT_TRUE(opened.urls.isEmpty());
+
+    editor->setCalendarHandlerLookup([] { return QStringLiteral("agenda.desktop"); });
+    const QString handled = addPendingWithEvent(QStringLiteral("Dentist"));
+    QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+    ASSERT_EQ(opened.urls, QList<QUrl>{QUrl::fromLocalFile(handled)});
+    QFile file(handled);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.readAll().contains("SUMMARY:Dentist"));
+    file.remove();
+}
+
+TEST_F(TransEditControllerTest, SavedValuesSurviveARestart)
+{
+    TransEditController* editor = openNew();
+    details()->titleField()->setText(QStringLiteral("Insurance"));
+    details()->amountField()->setText(QStringLiteral("-99.90"));
+    details()->typeSelector()->setCurrentIndex(details()->typeSelector()->findData(QStringLiteral("Incoming")));
+    details()->dateField()->setText(QStringLiteral("Jun 1, 2024"));
+    details()->accountSelector()->setCurrentIndex(2);
+    details()->tagsField()->setText(QStringLiteral("Home, Yearly"));
+    details()->pendingBox()->click();
+    editor->saveButton()->click();
+    ASSERT_FALSE(editor->isVisible());
+    const QString checkingID = checking->valueForKey(u"vault_uniqueID").toString();
+    window.reset();
+
+    ledger.reopen();
+    ledger.launch();
+    ManagedObject* saved = transaction(QStringLiteral("Insurance"));
+    ASSERT_NE(saved, nullptr);
+    EXPECT_FLOAT_EQ(float(saved->valueForKey(u"trans_amount").toDouble()), 99.9f);
+    EXPECT_EQ(ledger.delegate().longDateFormatter().format(saved->valueForKey(u"trans_date").toDate()),
+              QStringLiteral("Jun 1, 2024"));
+    EXPECT_EQ(saved->valueForKey(u"trans_accountID").toString(), checkingID);
+    EXPECT_EQ(saved->valueForKey(u"trans_keywords").toString(), QStringLiteral("Home, Yearly"));
+    EXPECT_TRUE(saved->valueForKey(u"trans_isPending").toBool());
+    EXPECT_FALSE(saved->valueForKey(u"trans_setiCalEvent").toBool());
+}
+
+#include "TransEditControllerTest.moc"
