@@ -97,8 +97,11 @@ ManagedObject* TransactionRecords::insertNextOccurrence(ManagedObjectContext& co
                                                         AbsoluteTime due)
 {
     ManagedObject* copy = context.insertNewObject(trans());
+    // A record never written (the example ledger is not saved) has no
+    // committed values; its current ones stand in.
+    const bool stored = !record.isInserted();
     for (int i = 0; i < trans().attributeCount(); ++i)
-        copy->setValue(i, record.committedValue(i));
+        copy->setValue(i, stored ? record.committedValue(i) : record.primitiveValue(i));
     set(copy, u"trans_uniqueID", Value(environment.createUniqueID()));
     set(copy, u"trans_date", Value::date(due));
     set(copy, u"trans_isUpcoming", Value::boolean(true));

@@ -52,8 +52,8 @@ public:
     // upcoming copy a repeat made of that transaction. Null when none.
     static ManagedObject* findPendingTransactionWithPaidID(const ManagedObjectContext& context,
                                                            const QString& uniqueID);
-    // The upcoming copy itself, made from the record's committed values and
-    // due on the given date; the record points at it by trans_pendingREFID.
+    // The upcoming copy itself, made from the record's committed values (its
+    // current ones while it was never saved) and due on the given date; the record points at it by trans_pendingREFID.
     static ManagedObject* insertNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
                                                ManagedObject& record, AbsoluteTime due);
 

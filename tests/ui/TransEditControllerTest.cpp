@@ -251,6 +251,8 @@ TEST_F(TransEditControllerTest, RefusedTitleOrAmountIsMarkedAndNothingIsSaved)
     ASSERT_TRUE(waitUntil([&] { return !marker.isAnimating(); }));
     details()->titleField()->setText(QStringLiteral("Lunch"));
     details()->amountField()->setText(QStringLiteral("0"));
+    leave(details()->amountField());
+    EXPECT_EQ(details()->amountField()->text(), amountText(0)) << "no minus before an outgoing zero";
     editor->saveButton()->click();
     EXPECT_TRUE(editor->isVisible());
     EXPECT_EQ(marker.field(), details()->amountField());
@@ -430,6 +432,36 @@ TEST_F(TransEditControllerTest, SavedValuesSurviveARestart)
     EXPECT_EQ(saved->valueForKey(u"trans_keywords").toString(), QStringLiteral("Home, Yearly"));
     EXPECT_TRUE(saved->valueForKey(u"trans_isPending").toBool());
     EXPECT_FALSE(saved->valueForKey(u"trans_setiCalEvent").toBool());
+}
+
+TEST(TransEditControllerOnTheExample, SavedTransactionIsSelectedAndRepeatedThoughTheExampleIsNeverWritten)
+{
+    TempLedger ledger;
+    UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, true);
+    ledger.launch();
+    ASSERT_TRUE(ledger.delegate().isUsingExampleStore());
+    MainWindow window(ledger.delegate());
+    window.show();
+    window.setupSourceList();
+    window.transEditController()->showAddWindowWithDefaults({});
+    TransEditDetailsPane* details = window.transEditController()->detailsPane();
+    details->titleField()->setText(QStringLiteral("Library Fine"));
+    details->amountField()->setText(QStringLiteral("2"));
+    details->repeatSelector()->setCurrentIndex(details->repeatSelector()->findData(QStringLiteral("Weekly")));
+    answerNextModal([](QWidget* alert) { static_cast<QMessageBox*>(alert)->buttons().front()->click(); });
+    window.transEditController()->saveButton()->click();
+    ManagedObject* selected = window.libraryController()->selectedTransaction();
+    ASSERT_NE(selected, nullptr);
+    EXPECT_EQ(selected->valueForKey(u"trans_title").toString(), QStringLiteral("Library Fine"));
+
+    // The upcoming copy takes the values the record has, though none were saved.
+    ASSERT_TRUE(waitUntil([&] { return !window.transEditController()->reoccurenceAlert(); }));
+    const auto copies = ledger.delegate().fetchObjectsWithEntityName(
+        QStringLiteral("TransEntity"), QStringLiteral("trans_paidREFID"), selected->valueForKey(u"trans_uniqueID"));
+    ASSERT_EQ(copies.size(), 1u);
+    EXPECT_EQ(copies.front()->valueForKey(u"trans_title").toString(), QStringLiteral("Library Fine"));
+    EXPECT_DOUBLE_EQ(copies.front()->valueForKey(u"trans_amount").toDouble(), -2.0);
+    UserDefaults::standard().clearVolatileValues();
 }
 
 #include "TransEditControllerTest.moc"

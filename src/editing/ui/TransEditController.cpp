@@ -10,6 +10,7 @@
 #include "editing/ui/FieldCompleter.h"
 #include "editing/ui/TransEditDetailsPane.h"
 #include "store/ManagedObject.h"
+#include "store/ManagedObjectContext.h"
 #include "views/ui/LibraryController.h"
 
 #include <QAbstractItemView>
@@ -194,6 +195,9 @@ void TransEditController::save()
     }
     const QString uniqueID = m_form.transUniqueID();
     closeEditor(Accepted);
+    // The list follows the store's announcements; a store that is not
+    // saved to disk (the example) has not announced this save yet.
+    m_delegate.managedObjectContext()->processPendingChanges();
     m_list.selectTransactionWithID(uniqueID);
     m_list.setupFilesPopup();
     if (outcome == Outcome::StoreSaveFailed) {

@@ -15,6 +15,8 @@ namespace qf {
 
 namespace {
 
+constexpr int kMarkerRoom = 26;
+
 // Setting a line edit's text moves its cursor and clears its undo steps;
 // an unchanged field is left alone.
 void setTextIfChanged(QLineEdit* field, const QString& text)
@@ -64,8 +66,10 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
 
     auto* amountRow = new QHBoxLayout;
     amountRow->setSpacing(6);
-    amountRow->addWidget(m_amount, 1);
+    // The type comes first so that the error marker beside the amount
+    // covers nothing.
     amountRow->addWidget(m_type);
+    amountRow->addWidget(m_amount, 1);
     auto* dateRow = new QHBoxLayout;
     dateRow->setSpacing(4);
     dateRow->addWidget(m_date, 1);
@@ -106,7 +110,11 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
                           {QT_TR_NOOP("&From:"), m_from, nullptr, 3, 2, 1},
                           {QT_TR_NOOP("Ta&gs:"), m_tags, nullptr, 4, 0, 3}};
     for (const Cell& cell : cells) {
-        grid->addWidget(label(tr(cell.label), cell.buddy), cell.row, cell.column);
+        QLabel* cellLabel = label(tr(cell.label), cell.buddy);
+        // Room for the error marker beside the fields on the left.
+        if (cell.column > 0)
+            cellLabel->setContentsMargins(kMarkerRoom, 0, 0, 0);
+        grid->addWidget(cellLabel, cell.row, cell.column);
         if (cell.layout)
             grid->addLayout(cell.layout, cell.row, cell.column + 1, 1, cell.span);
         else
@@ -119,9 +127,9 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
     grid->addWidget(m_notes, 6, 1, 1, 3);
     grid->setRowStretch(6, 1);
 
-    setTabOrder(m_title, m_amount);
-    setTabOrder(m_amount, m_type);
-    setTabOrder(m_type, m_date);
+    setTabOrder(m_title, m_type);
+    setTabOrder(m_type, m_amount);
+    setTabOrder(m_amount, m_date);
     setTabOrder(m_date, m_calendarButton);
     setTabOrder(m_calendarButton, m_account);
     setTabOrder(m_account, m_repeat);
