@@ -2,6 +2,8 @@
 #include "app/ui/CalendarPickerController.h"
 #include "app/ui/ErrorController.h"
 #include "app/ui/MainWindow.h"
+#include "attachments/ui/TransAttachmentsController.h"
+#include "attachments/ui/TransPhotoController.h"
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
 #include "editing/AccountRecords.h"
@@ -25,12 +27,14 @@
 #include <QDesktopServices>
 #include <QFile>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTabWidget>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 #include <QUrl>
@@ -53,6 +57,14 @@ public Q_SLOTS:
 };
 
 namespace {
+
+// A camera that starts and delivers nothing.
+class IdleCamera final : public PhotoCamera {
+public:
+    Status start(QSize) override { return Status::ok(); }
+    void stop() override {}
+    QImage currentFrame() const override { return {}; }
+};
 
 class TransEditControllerTest : public ::testing::Test {
 protected:
@@ -126,6 +138,21 @@ protected:
         const auto found = ledger.delegate().fetchObjectsWithEntityName(QStringLiteral("TransEntity"),
                                                                         QStringLiteral("trans_title"), Value(title));
         return found.empty() ? nullptr : found.front();
+    }
+
+    // The titles in the list's menu of attached files.
+    QStringList filesMenu()
+    {
+        for (QToolButton* button : window->libraryController()->findChildren<QToolButton*>()) {
+            if (button->toolTip() == QStringLiteral("Attached Files")) {
+                QStringList titles;
+                for (QAction* a : button->menu()->actions())
+                    titles << a->text();
+                return titles;
+            }
+        }
+        ADD_FAILURE() << "no files menu";
+        return {};
     }
 
     QString amountText(double amount) { return ledger.delegate().amountFormatter().format(amount); }
@@ -432,6 +459,55 @@ TEST_F(TransEditControllerTest, SavedValuesSurviveARestart)
     EXPECT_EQ(saved->valueForKey(u"trans_keywords").toString(), QStringLiteral("Home, Yearly"));
     EXPECT_TRUE(saved->valueForKey(u"trans_isPending").toBool());
     EXPECT_FALSE(saved->valueForKey(u"trans_setiCalEvent").toBool());
+}
+
+TEST_F(TransEditControllerTest, PhotoAndFilesAreStoredWithTheTransactionAndShownWhenEditing)
+{
+    QTemporaryDir folder;
+    const QString receipt = folder.filePath(QStringLiteral("receipt.txt"));
+    const QString warranty = folder.filePath(QStringLiteral("warranty.txt"));
+    for (const QString& path : {receipt, warranty}) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("paper");
+    }
+    QImage photo(8, 6, QImage::Format_RGB32);
+    photo.fill(Qt::red);
+
+    TransEditController* editor = openNew();
+    editor->photoPane()->setCurrentTransImage(photo);
+    editor->filesPane()->addFilesToDatabase({receipt});
+    details()->titleField()->setText(QStringLiteral("Printer"));
+    details()->amountField()->setText(QStringLiteral("120"));
+    editor->saveButton()->click();
+    ManagedObject* printer = transaction(QStringLiteral("Printer"));
+    ASSERT_NE(printer, nullptr);
+    EXPECT_TRUE(QFile::exists(printer->valueForKey(u"trans_photo").toString()));
+    EXPECT_EQ(filesMenu(), QStringList{QStringLiteral("receipt.txt")});
+
+    // Editing shows both again; a file added there reaches the menu of the
+    // transaction that stays selected.
+    action(QStringLiteral("Edit Transaction…"))->trigger();
+    EXPECT_EQ(editor->photoPane()->currentTransImage().size(), photo.size());
+    EXPECT_EQ(editor->filesPane()->attTableView()->model()->rowCount(), 1);
+    editor->filesPane()->addFilesToDatabase({warranty});
+    editor->saveButton()->click();
+    EXPECT_EQ(window->libraryController()->selectedTransaction(), printer);
+    EXPECT_EQ(filesMenu(), (QStringList{QStringLiteral("receipt.txt"), QStringLiteral("warranty.txt")}));
+
+    // A new transaction starts with neither.
+    openNew();
+    EXPECT_TRUE(editor->photoPane()->currentTransImage().isNull());
+    EXPECT_EQ(editor->filesPane()->attTableView()->model()->rowCount(), 0);
+
+    // The camera runs only while the photo tab is shown.
+    editor->setupTabsWithTag(TransEditController::PhotoTab);
+    editor->photoPane()->setCameraFactory([] { return std::make_unique<IdleCamera>(); });
+    editor->photoPane()->togglePhotoButton()->click();
+    ASSERT_TRUE(editor->photoPane()->isCameraRunning());
+    editor->tabs()->setCurrentIndex(TransEditController::FilesTab);
+    EXPECT_FALSE(editor->photoPane()->isCameraRunning());
+    editor->cancel();
 }
 
 TEST(TransEditControllerOnTheExample, SavedTransactionIsSelectedAndRepeatedThoughTheExampleIsNeverWritten)

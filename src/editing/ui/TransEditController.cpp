@@ -3,6 +3,8 @@
 #include "app/Quillfen_AppDelegate.h"
 #include "app/ui/CalendarPickerController.h"
 #include "app/ui/ErrorController.h"
+#include "attachments/ui/TransAttachmentsController.h"
+#include "attachments/ui/TransPhotoController.h"
 #include "common/AbsoluteTime.h"
 #include "common/DateFormatter.h"
 #include "editing/CalendarApplication.h"
@@ -29,7 +31,8 @@ namespace qf {
 TransEditController::TransEditController(Quillfen_AppDelegate& delegate, LibraryController& list, QWidget* parent)
     : QDialog(parent), m_delegate(delegate), m_list(list), m_form(delegate, makeHooks()), m_tags(delegate),
       m_calendarHandlerLookup(&CalendarApplication::defaultHandler), m_details(new TransEditDetailsPane(this)),
-      m_tabs(new QTabWidget(this)), m_photoPane(new QWidget(this)), m_filesPane(new QWidget(this))
+      m_tabs(new QTabWidget(this)), m_photoPane(new TransPhotoController(delegate, this)),
+      m_filesPane(new TransAttachmentsController(delegate, this))
 {
     setObjectName(QStringLiteral("transEditor"));
     setWindowModality(Qt::WindowModal);
@@ -37,6 +40,8 @@ TransEditController::TransEditController(Quillfen_AppDelegate& delegate, Library
     m_tabs->addTab(m_details, tr("Details"));
     m_tabs->addTab(m_photoPane, tr("Photo"));
     m_tabs->addTab(m_filesPane, tr("Files"));
+    // The photo pane lets its camera go when its tab is left (it is hidden then).
+    m_photoPane->setupPhotoPane();
 
     auto* buttons = new QDialogButtonBox(this);
     m_save = buttons->addButton(tr("Save"), QDialogButtonBox::AcceptRole);
@@ -78,7 +83,25 @@ TransEditController::~TransEditController() = default;
 
 TransEditHooks TransEditController::makeHooks()
 {
+    // File failures of the photo and the attachments cost the user nothing
+    // of the transaction itself, so they are logged, not shown.
     TransEditHooks hooks;
+    hooks.prepareAttachmentsForNew = [this](const QString& transUniqueID) {
+        m_filesPane->setTransID(transUniqueID);
+        m_filesPane->setCurrentAttachments({});
+    };
+    hooks.showMediaOfRecord = [this](ManagedObject& record) {
+        m_photoPane->showRecord(record);
+        m_filesPane->showRecord(record);
+    };
+    hooks.savePhoto = [this](ManagedObject& record) {
+        if (Status saved = m_photoPane->saveToRecord(record); !saved)
+            qWarning("Photo not stored: %s", qPrintable(saved.message()));
+    };
+    hooks.saveAttachments = [this](ManagedObject& record) {
+        for (const AttachmentFileFailure& failure : m_filesPane->saveToRecord(record))
+            qWarning("Attachment not stored: %s: %s", qPrintable(failure.path), qPrintable(failure.message));
+    };
     hooks.createCalendarEvent = [this](ManagedObject& record) { createCalendarEvent(record); };
     return hooks;
 }
@@ -87,6 +110,8 @@ void TransEditController::showAddWindowWithDefaults(const ValueDictionary& defau
 {
     m_tags.setTagsTokenField(m_details->tagsField());
     m_form.showAddWindowWithDefaults(defaults);
+    m_photoPane->turnOffiSight();
+    m_photoPane->setCurrentTransImage(QImage());
     openDialog(tr("New Transaction"));
 }
 

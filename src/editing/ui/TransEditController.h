@@ -18,7 +18,9 @@ class FieldCompleter;
 class LibraryController;
 class ManagedObject;
 class Quillfen_AppDelegate;
+class TransAttachmentsController;
 class TransEditDetailsPane;
+class TransPhotoController;
 
 // The window in which one transaction is added or changed: a window-modal
 // dialog on the main window with the tabs Details, Photo and Files. The
@@ -41,16 +43,20 @@ public:
     // Opens the dialog on the record; nothing when it is the one already open.
     void showEditWithTransObject(ManagedObject& record);
     // Refused input marks its field and keeps the dialog open; otherwise the
+    // photo and the files staged in their tabs are stored with it and the
     // dialog closes and the list selects the saved transaction. A repeat
     // waiting for confirmation then asks with an alert on the main window.
     void save();
     // Closes without writing anything.
     void cancel();
+    // 0 details, 1 photo, 2 files. Leaving the photo tab turns the camera off.
     void setupTabsWithTag(int tag);
 
     const TransEditForm& form() const { return m_form; }
     TransEditDetailsPane* detailsPane() const { return m_details; }
     QTabWidget* tabs() const { return m_tabs; }
+    TransPhotoController* photoPane() const { return m_photoPane; }
+    TransAttachmentsController* filesPane() const { return m_filesPane; }
     QPushButton* saveButton() const { return m_save; }
     QPushButton* cancelButton() const { return m_cancel; }
     // Completion of the title, payee and tag fields.
@@ -99,8 +105,8 @@ private:
     CalendarHandlerLookup m_calendarHandlerLookup;
     TransEditDetailsPane* m_details;
     QTabWidget* m_tabs;
-    QWidget* m_photoPane;
-    QWidget* m_filesPane;
+    TransPhotoController* m_photoPane;
+    TransAttachmentsController* m_filesPane;
     QPushButton* m_save;
     QPushButton* m_cancel;
     FieldCompleter* m_titleCompleter;
