@@ -55,10 +55,3 @@ TEST(CalendarApplication, CacheAssociationsCountUnlessRemovedAndNothingMeansNoHa
     EXPECT_TRUE(handler({}, {}, any).isEmpty());
     EXPECT_TRUE(handler({QStringLiteral("[Default Applications]\ntext/calendar=\n")}, {}, any).isEmpty());
 }
-
-TEST(CalendarApplication, EventFileLiesInItsOwnTemporaryFolder)
-{
-    const QString path = CalendarApplication::eventFilePath(QStringLiteral("A1B2"));
-    EXPECT_TRUE(path.endsWith(QStringLiteral("/Quillfen Calendar Events/A1B2.ics"))) << path.toStdString();
-    EXPECT_TRUE(CalendarApplication::eventFilePath(QStringLiteral("../x")).endsWith(QStringLiteral("/.._x.ics")));
-}
