@@ -309,22 +309,36 @@ ManagedObject* TransEditForm::confirmReoccurence()
 
 QStringList TransEditForm::hintsForKey(const QString& key, const QString& text, qsizetype partialWordStart) const
 {
-    const Result<Predicate> wanted =
-        Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
-    if (!wanted)
-        return {};
-    QStringList hints;
+    return hintsAmong(distinctValuesForKey(key), text, partialWordStart);
+}
+
+QStringList TransEditForm::distinctValuesForKey(const QString& key) const
+{
+    QStringList values;
     QSet<QString> seen;
     for (ManagedObject* record : m_delegate.fetchAllTransObjects()) {
         const Value value = record->valueForKey(key);
         if (!value.isString())
             continue;
-        const QString title = value.toString();
-        if (seen.contains(title))
-            continue;
-        seen.insert(title);
-        if (wanted->evaluate(value))
-            hints.append(title.mid(partialWordStart));
+        const QString text = value.toString();
+        if (!seen.contains(text)) {
+            seen.insert(text);
+            values.append(text);
+        }
+    }
+    return values;
+}
+
+QStringList TransEditForm::hintsAmong(const QStringList& values, const QString& text, qsizetype partialWordStart)
+{
+    const Result<Predicate> wanted =
+        Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
+    if (!wanted)
+        return {};
+    QStringList hints;
+    for (const QString& value : values) {
+        if (wanted->evaluate(Value(value)))
+            hints.append(value.mid(partialWordStart));
     }
     return hints;
 }

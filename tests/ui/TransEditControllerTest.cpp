@@ -399,6 +399,16 @@ TEST_F(TransEditControllerTest, TitlePayeeAndTagFieldsCompleteFromTheLedgerAndTh
     editor->saveButton()->click();
     EXPECT_EQ(values(transaction(QStringLiteral("Bakery")), {"trans_from", "trans_to", "trans_keywords"}),
               QStringLiteral("trans_from=\"North, South & Co\"; trans_to=\"Cher\"; trans_keywords=\"Rent, Food\""));
+
+    // The next opening offers what was just saved.
+    openNew();
+    details()->titleField()->setFocus();
+    QTest::keyClicks(details()->titleField(), QStringLiteral("b"));
+    EXPECT_EQ(editor->titleCompleter()->hints(), QStringList{QStringLiteral("Bakery")});
+    details()->tagsField()->setFocus();
+    QTest::keyClicks(details()->tagsField(), QStringLiteral("r"));
+    EXPECT_EQ(editor->tagsCompleter()->hints(), QStringList{QStringLiteral("Rent")});
+    editor->cancel();
 }
 
 TEST_F(TransEditControllerTest, CalendarEventIsOfferedWhilePendingAndOpenedOnlyWithAHandler)

@@ -62,14 +62,20 @@ TransEditController::TransEditController(Quillfen_AppDelegate& delegate, Library
     resize(620, 460);
 
     m_titleCompleter = new FieldCompleter(m_details->titleField(), [this](const QString& typed) {
-        return m_form.hintsForKey(QStringLiteral("trans_title"), typed, 0);
+        if (!m_titles)
+            m_titles = m_form.distinctValuesForKey(QStringLiteral("trans_title"));
+        return TransEditForm::hintsAmong(*m_titles, typed, 0);
     });
-    const auto payees = [this](const QString& typed) { return m_contacts.hintsForContact(typed); };
+    const auto payees = [this](const QString& typed) { return contacts().hintsForContact(typed); };
     m_toCompleter = new FieldCompleter(m_details->toField(), payees);
     m_fromCompleter = new FieldCompleter(m_details->fromField(), payees);
     m_tagsCompleter = new FieldCompleter(
         m_details->tagsField(),
-        [this](const QString& typed) { return m_tags.completionsForSubstring(m_details->tagsField(), typed); },
+        [this](const QString& typed) {
+            if (!m_keywords)
+                m_keywords = m_tags.allTransactionKeywords();
+            return TagsController::hintsForKeyword(*m_keywords, typed);
+        },
         FieldCompleter::Mode::LastToken);
 
     connect(m_details, &TransEditDetailsPane::typeChanged, this, &TransEditController::transactionTypeChange);
@@ -108,7 +114,6 @@ TransEditHooks TransEditController::makeHooks()
 
 void TransEditController::showAddWindowWithDefaults(const ValueDictionary& defaults)
 {
-    m_tags.setTagsTokenField(m_details->tagsField());
     m_form.showAddWindowWithDefaults(defaults);
     m_photoPane->turnOffiSight();
     m_photoPane->setCurrentTransImage(QImage());
@@ -119,15 +124,16 @@ void TransEditController::showEditWithTransObject(ManagedObject& record)
 {
     if (m_form.transObject() == &record && isVisible())
         return;
-    m_tags.setTagsTokenField(m_details->tagsField());
     m_form.showEditWithTransObject(record);
     openDialog(tr("Edit Transaction"));
 }
 
 void TransEditController::openDialog(const QString& title)
 {
-    // Read on every opening, so that cards added since are offered.
-    m_contacts = ContactBook::load(ContactBook::chosenFolder());
+    // Read again after each opening, so that cards and titles added since are offered.
+    m_titles.reset();
+    m_keywords.reset();
+    m_contacts.reset();
     setWindowTitle(title);
     m_details->setupAccounts(m_form.accounts());
     m_details->showFields(m_form.fields());
@@ -284,6 +290,13 @@ void TransEditController::createCalendarEvent(ManagedObject& record)
         return;
     }
     QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+}
+
+const ContactBook& TransEditController::contacts()
+{
+    if (!m_contacts)
+        m_contacts = ContactBook::load(ContactBook::chosenFolder());
+    return *m_contacts;
 }
 
 void TransEditController::beep()

@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <functional>
+#include <optional>
 
 class QPushButton;
 class QTabWidget;
@@ -96,12 +97,17 @@ private:
     void showReoccurenceAlert();
     void createCalendarEvent(ManagedObject& record);
     void beep();
+    const ContactBook& contacts();
 
     Quillfen_AppDelegate& m_delegate;
     LibraryController& m_list;
     TransEditForm m_form;
     TagsController m_tags;
-    ContactBook m_contacts;
+    // What the completions choose from, read on first use after each
+    // opening: a keystroke then never walks the whole ledger or the folder.
+    std::optional<QStringList> m_titles;
+    std::optional<QStringList> m_keywords;
+    std::optional<ContactBook> m_contacts;
     CalendarHandlerLookup m_calendarHandlerLookup;
     TransEditDetailsPane* m_details;
     QTabWidget* m_tabs;
