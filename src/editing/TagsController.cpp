@@ -2,7 +2,7 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "common/QFNSStringCategory.h"
-#include "editing/TransEditForm.h"
+#include "editing/TransactionRecords.h"
 #include "store/ManagedObject.h"
 
 #include <memory>
@@ -57,7 +57,7 @@ QStringList TagsController::hintsForKeyword(const QString& text) const
 QStringList TagsController::hintsForKeyword(const QStringList& keywords, const QString& text)
 {
     // Tags complete as titles do, from the start of the tag.
-    return TransEditForm::hintsAmong(keywords, text, 0);
+    return TransactionRecords::hintsAmong(keywords, text, 0);
 }
 
 QStringList TagsController::completionsForSubstring(const QObject* field, const QString& substring) const

@@ -3,7 +3,6 @@
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
-#include "common/Predicate.h"
 #include "common/QFNSStringCategory.h"
 #include "editing/TransactionRecords.h"
 #include "planning/Recurrence.h"
@@ -13,7 +12,6 @@
 #include "store/UndoManager.h"
 
 #include <QDir>
-#include <QSet>
 #include <algorithm>
 #include <cmath>
 
@@ -309,38 +307,7 @@ ManagedObject* TransEditForm::confirmReoccurence()
 
 QStringList TransEditForm::hintsForKey(const QString& key, const QString& text, qsizetype partialWordStart) const
 {
-    return hintsAmong(distinctValuesForKey(key), text, partialWordStart);
-}
-
-QStringList TransEditForm::distinctValuesForKey(const QString& key) const
-{
-    QStringList values;
-    QSet<QString> seen;
-    for (ManagedObject* record : m_delegate.fetchAllTransObjects()) {
-        const Value value = record->valueForKey(key);
-        if (!value.isString())
-            continue;
-        const QString text = value.toString();
-        if (!seen.contains(text)) {
-            seen.insert(text);
-            values.append(text);
-        }
-    }
-    return values;
-}
-
-QStringList TransEditForm::hintsAmong(const QStringList& values, const QString& text, qsizetype partialWordStart)
-{
-    const Result<Predicate> wanted =
-        Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
-    if (!wanted)
-        return {};
-    QStringList hints;
-    for (const QString& value : values) {
-        if (wanted->evaluate(Value(value)))
-            hints.append(value.mid(partialWordStart));
-    }
-    return hints;
+    return TransactionRecords::hintsForKey(m_delegate.fetchAllTransObjects(), key, text, partialWordStart);
 }
 
 QString TransEditForm::attachmentsFolder() const

@@ -122,11 +122,6 @@ public:
     // Earlier values of the key (trans_title) that begin with the text, other
     // than the text itself, each from partialWordStart on; first-seen order.
     QStringList hintsForKey(const QString& key, const QString& text, qsizetype partialWordStart) const;
-    // The two halves of hintsForKey, for callers that keep the values while
-    // the user types: every text value of the key, each once, first-seen
-    // order; and the hints among such values.
-    QStringList distinctValuesForKey(const QString& key) const;
-    static QStringList hintsAmong(const QStringList& values, const QString& text, qsizetype partialWordStart);
 
     // Created on first use.
     QString attachmentsFolder() const;

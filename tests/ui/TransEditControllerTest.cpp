@@ -16,6 +16,7 @@
 #include "support/EventWait.h"
 #include "support/ModalAnswer.h"
 #include "support/TempLedger.h"
+#include "ui/WidgetTestSupport.h"
 #include "views/ui/LibraryController.h"
 #include "views/ui/SourceController.h"
 
@@ -25,6 +26,7 @@
 #include <QCalendarWidget>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QCompleter>
 #include <QDesktopServices>
 #include <QFile>
 #include <QLineEdit>
@@ -32,7 +34,6 @@
 #include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTabWidget>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -42,8 +43,10 @@
 #include <gtest/gtest.h>
 
 using namespace qf;
+using qf::test::RecordingPlayer;
 using qf::test::TempLedger;
 using qf::test::answerNextModal;
+using qf::test::menuAction;
 using qf::test::waitUntil;
 
 // Stands in for the desktop's opener of files.
@@ -106,12 +109,9 @@ protected:
 
     QAction* action(const QString& text)
     {
-        for (QAction* a : window->findChildren<QAction*>()) {
-            if (a->text() == text)
-                return a;
-        }
-        ADD_FAILURE() << "no action " << text.toStdString();
-        return nullptr;
+        QAction* found = menuAction(*window, QStringLiteral("&Transactions"), text);
+        EXPECT_NE(found, nullptr) << text.toStdString();
+        return found;
     }
 
     // Opens the editor on a new transaction as the menu command does.
@@ -187,13 +187,16 @@ protected:
 
     QString amountText(double amount) { return ledger.delegate().amountFormatter().format(amount); }
 
-    // Chooses the row of the completer's popup with the keyboard.
-    void choose(FieldCompleter* completer, int row)
+    static QAbstractItemView* popupOf(QLineEdit* field) { return field->findChild<QCompleter*>()->popup(); }
+
+    // Chooses the row of the field's completion pop-up with the keyboard.
+    void choose(QLineEdit* field, int row)
     {
-        ASSERT_TRUE(waitUntil([&] { return completer->popup()->isVisible(); }));
+        QAbstractItemView* popup = popupOf(field);
+        ASSERT_TRUE(waitUntil([&] { return popup->isVisible(); }));
         for (int i = 0; i <= row; ++i)
-            QTest::keyClick(completer->popup(), Qt::Key_Down);
-        QTest::keyClick(completer->popup(), Qt::Key_Return);
+            QTest::keyClick(popup, Qt::Key_Down);
+        QTest::keyClick(popup, Qt::Key_Return);
     }
 };
 
@@ -314,17 +317,19 @@ TEST_F(TransEditControllerTest, DateFieldBeepsAndEmptiesOnBadTextAndTakesPickedD
 {
     openNew();
     QLineEdit* date = details()->dateField();
-    QSignalSpy beeps(window->transEditController(), &TransEditController::beeped);
+    QStringList sounds;
+    SoundPlayer::setShared(std::make_unique<RecordingPlayer>(sounds));
     date->setText(QStringLiteral("no date"));
     leave(date);
-    EXPECT_EQ(beeps.count(), 1);
+    EXPECT_EQ(sounds, QStringList{QStringLiteral("beep")});
     EXPECT_TRUE(date->text().isEmpty());
 
     // A short date is shown in the long format, without a beep.
     date->setText(QStringLiteral("3/4/24"));
     leave(date);
+    SoundPlayer::setShared(nullptr);
     EXPECT_EQ(date->text(), QStringLiteral("Mar 4, 2024"));
-    EXPECT_EQ(beeps.count(), 1);
+    EXPECT_EQ(sounds.size(), 1);
 
     CalendarPickerController& picker = CalendarPickerController::sharedInstance();
     details()->calendarButton()->click();
@@ -375,7 +380,7 @@ TEST_F(TransEditControllerTest, TitlePayeeAndTagFieldsCompleteFromTheLedgerAndTh
     details()->titleField()->setFocus();
     QTest::keyClicks(details()->titleField(), QStringLiteral("co"));
     EXPECT_EQ(editor->titleCompleter()->hints(), QStringList{QStringLiteral("Coffee")});
-    editor->titleCompleter()->popup()->hide();
+    popupOf(details()->titleField())->hide();
     details()->titleField()->setText(QStringLiteral("Bakery"));
     details()->amountField()->setText(QStringLiteral("5"));
 
@@ -384,17 +389,17 @@ TEST_F(TransEditControllerTest, TitlePayeeAndTagFieldsCompleteFromTheLedgerAndTh
     EXPECT_EQ(editor->fromCompleter()->hints(),
               (QStringList{QStringLiteral("Northwind Traders"), QStringLiteral("North, South & Co"),
                            QStringLiteral("northern lights")}));
-    choose(editor->fromCompleter(), 1);
+    choose(details()->fromField(), 1);
     details()->toField()->setFocus();
     QTest::keyClicks(details()->toField(), QStringLiteral("her"));
     EXPECT_EQ(editor->toCompleter()->hints(), QStringList{QStringLiteral("Cher")});
-    choose(editor->toCompleter(), 0);
+    choose(details()->toField(), 0);
 
     // Only the last tag is completed; the ones before it stay.
     details()->tagsField()->setFocus();
     QTest::keyClicks(details()->tagsField(), QStringLiteral("Rent, FO"));
     EXPECT_EQ(editor->tagsCompleter()->hints(), QStringList{QStringLiteral("Food")});
-    choose(editor->tagsCompleter(), 0);
+    choose(details()->tagsField(), 0);
     EXPECT_EQ(details()->tagsField()->text(), QStringLiteral("Rent, Food"));
     editor->saveButton()->click();
     EXPECT_EQ(values(transaction(QStringLiteral("Bakery")), {"trans_from", "trans_to", "trans_keywords"}),

@@ -1,10 +1,15 @@
 #include "app/ui/MainWindow.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SoundPlayer.h"
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "editing/ui/AccountTransferController.h"
 #include "editing/ui/TransEditController.h"
+#include "editing/ui/TransMultiEditController.h"
+#include "exchange/ui/CSVExportPanel.h"
+#include "exchange/ui/PrintingController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -65,6 +70,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
         if (transaction)
             transEditController()->showEditWithTransObject(*transaction);
     });
+    connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);
@@ -80,6 +86,9 @@ void MainWindow::buildMenus()
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
+    file->addSeparator();
+    file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
+    file->addAction(tr("Print…"), QKeySequence::Print, this, &MainWindow::print);
     file->addSeparator();
     m_lockDatabase = file->addAction(tr("Lock Database"), this, [this] { m_lockPanel->lockDatabase(); });
     connect(file, &QMenu::aboutToShow, this, [this] {
@@ -117,6 +126,10 @@ void MainWindow::buildMenus()
     transactions->addAction(tr("Duplicate"), QKeySequence(Qt::CTRL | Qt::Key_D), this, [this] { m_library->duplicate(); });
     transactions->addAction(tr("Mark as Pending"), this, [this] { m_library->markAsPending(); });
     transactions->addAction(tr("Reconcile…"), this, [this] { m_library->reconcileSelected(); });
+    transactions->addSeparator();
+    m_editSelected = transactions->addAction(tr("Edit Selected Transactions…"), this,
+                                             [this] { editTransactions(m_library->selectedTransactions()); });
+    transactions->addAction(tr("Transfer…"), this, &MainWindow::openTransfer);
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
     m_iconSize = view->addAction(m_source->toggleIconSizeTitle(), this, [this] { m_source->toggleVaultIconSize(); });
@@ -186,7 +199,9 @@ void MainWindow::updateCommands()
     m_undo->setEnabled(undo.canUndo());
     m_redo->setEnabled(undo.canRedo());
     m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
-    m_editTransaction->setEnabled(m_library->selectedTransactions().size() == 1);
+    const bool anySelected = m_views->currentWidget() == m_library && m_library->selectedTransaction();
+    m_editTransaction->setEnabled(anySelected);
+    m_editSelected->setEnabled(anySelected);
 }
 
 void MainWindow::undo()
@@ -247,8 +262,25 @@ void MainWindow::editTransaction()
     const std::vector<ManagedObject*> selected = m_library->selectedTransactions();
     if (selected.size() == 1)
         transEditController()->showEditWithTransObject(*selected.front());
-    else if (selected.empty())
-        QApplication::beep();
+    else if (selected.size() > 1)
+        editTransactions(selected);
+    else
+        SoundPlayer::shared().beep();
+}
+
+TransMultiEditController* MainWindow::editTransactions(const std::vector<ManagedObject*>& records)
+{
+    if (!m_multiEdit)
+        m_multiEdit = new TransMultiEditController(m_delegate, m_library, this);
+    return m_multiEdit->editTransObjects(records) ? m_multiEdit : nullptr;
+}
+
+AccountTransferController* MainWindow::openTransfer()
+{
+    if (!m_transfer)
+        m_transfer = new AccountTransferController(m_delegate, m_library, this);
+    m_transfer->loadTransferPanelWithVaultObject(m_views->currentWidget() == m_library ? m_library->vault() : nullptr);
+    return m_transfer;
 }
 
 void MainWindow::openAboutBox()
@@ -282,6 +314,18 @@ void MainWindow::closeEvent(QCloseEvent* event)
     }
     m_delegate.applicationWillTerminate();
     event->accept();
+}
+
+void MainWindow::exportCSV()
+{
+    CSVExportPanel::exportCSV(this, m_delegate, m_source->selectedVaultObject(), m_library->arrangedTransObjects());
+}
+
+void MainWindow::print()
+{
+    if (!m_printing)
+        m_printing = new PrintingController(m_delegate, this);
+    m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
 }
 
 } // namespace qf

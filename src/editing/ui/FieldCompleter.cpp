@@ -1,51 +1,62 @@
 #include "editing/ui/FieldCompleter.h"
 
 #include <QAbstractItemView>
+#include <QCompleter>
 #include <QLineEdit>
 #include <QStringListModel>
 
 namespace qf {
 
-FieldCompleter::FieldCompleter(QLineEdit* field, Provider provider, Mode mode)
-    : QCompleter(field), m_field(field), m_provider(std::move(provider)), m_mode(mode),
-      m_model(new QStringListModel(this))
+FieldCompleter::FieldCompleter(QLineEdit& field, Hints hints, QChar separator)
+    : QObject(&field), m_field(field), m_hints(std::move(hints)), m_separator(separator),
+      m_model(new QStringListModel(this)), m_completer(new QCompleter(m_model, this))
 {
-    setModel(m_model);
-    // The provider has matched already; the popup must not filter again.
-    setCompletionMode(QCompleter::UnfilteredPopupCompletion);
-    setCaseSensitivity(Qt::CaseInsensitive);
-    field->setCompleter(this);
-    // textEdited comes before the field asks for the popup, so the popup
-    // shows the list for the text just typed.
-    connect(field, &QLineEdit::textEdited, this, &FieldCompleter::refill);
+    // The hints are already filtered (ignoring case and diacritics), which
+    // the completer's own prefix filter would undo; it only shows them.
+    m_completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
+    m_completer->setWidget(&field);
+    connect(&field, &QLineEdit::textEdited, this, &FieldCompleter::offerHints);
+    connect(m_completer, qOverload<const QString&>(&QCompleter::activated), this, &FieldCompleter::complete);
+}
+
+qsizetype FieldCompleter::partialStart() const
+{
+    if (m_separator.isNull())
+        return 0;
+    const QString text = m_field.text();
+    qsizetype start = text.lastIndexOf(m_separator) + 1;
+    while (start < text.size() && text.at(start).isSpace())
+        ++start;
+    return start;
+}
+
+QString FieldCompleter::partialText() const
+{
+    return m_field.text().mid(partialStart());
 }
 
 QStringList FieldCompleter::hints() const
 {
-    return m_model->stringList();
+    const QString partial = partialText();
+    return partial.isEmpty() ? QStringList() : m_hints(partial);
 }
 
-QString FieldCompleter::typedPart(const QString& text) const
+void FieldCompleter::offerHints()
 {
-    if (m_mode == Mode::WholeText)
-        return text;
-    return text.mid(text.lastIndexOf(QLatin1Char(',')) + 1).trimmed();
+    const QStringList offered = hints();
+    m_model->setStringList(offered);
+    if (offered.isEmpty()) {
+        m_completer->popup()->hide();
+        return;
+    }
+    m_completer->complete();
 }
 
-QString FieldCompleter::pathFromIndex(const QModelIndex& index) const
+void FieldCompleter::complete(const QString& completion)
 {
-    const QString chosen = QCompleter::pathFromIndex(index);
-    if (m_mode == Mode::WholeText)
-        return chosen;
-    const QString text = m_field->text();
-    const qsizetype comma = text.lastIndexOf(QLatin1Char(','));
-    return comma < 0 ? chosen : text.left(comma + 1) + QLatin1Char(' ') + chosen;
-}
-
-void FieldCompleter::refill(const QString& text)
-{
-    const QString typed = typedPart(text);
-    m_model->setStringList(typed.isEmpty() ? QStringList() : m_provider(typed));
+    m_field.setText(m_field.text().left(partialStart()) + completion);
+    m_completer->popup()->hide();
+    Q_EMIT completed();
 }
 
 } // namespace qf

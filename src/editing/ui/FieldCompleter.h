@@ -1,42 +1,48 @@
 #pragma once
 
-#include <QCompleter>
+#include <QObject>
 #include <QStringList>
 #include <functional>
 
+class QCompleter;
 class QLineEdit;
 class QStringListModel;
 
 namespace qf {
 
-// Completion under a line edit from a list made anew on each edit by the
-// user. The list is shown as given (the provider does the matching); no item
-// is preselected. In token mode the field holds comma-separated tokens and
-// only the last one is completed, the others kept.
-class FieldCompleter : public QCompleter {
+// Offers completions while the user types in a line edit: for the whole text,
+// or, with a separator (tags), for the piece after the last separator. The
+// hints come from a function of that partial text; a chosen hint replaces it.
+class FieldCompleter : public QObject {
     Q_OBJECT
 
 public:
-    using Provider = std::function<QStringList(const QString& typed)>;
-    enum class Mode { WholeText, LastToken };
+    using Hints = std::function<QStringList(const QString& partial)>;
 
-    // Installs itself as the field's completer; the field owns it.
-    FieldCompleter(QLineEdit* field, Provider provider, Mode mode = Mode::WholeText);
+    // The field is borrowed and becomes the completer's parent.
+    FieldCompleter(QLineEdit& field, Hints hints, QChar separator = {});
 
-    // The completions offered for the last edit.
+    // The piece of the field's text that completion works on.
+    QString partialText() const;
+    // The hints on offer for the text as it stands (empty for an empty piece).
     QStringList hints() const;
-    // The text the provider is asked about: the whole text, or the last token.
-    QString typedPart(const QString& text) const;
+    // Puts the completion in place of the partial piece, as choosing it in
+    // the pop-up does, and announces completed().
+    void complete(const QString& completion);
 
-    QString pathFromIndex(const QModelIndex& index) const override;
+Q_SIGNALS:
+    // The text was changed by a chosen completion rather than by typing.
+    void completed();
 
 private:
-    void refill(const QString& text);
+    void offerHints();
+    qsizetype partialStart() const;
 
-    QLineEdit* m_field;
-    Provider m_provider;
-    Mode m_mode;
+    QLineEdit& m_field;
+    Hints m_hints;
+    QChar m_separator;
     QStringListModel* m_model;
+    QCompleter* m_completer;
 };
 
 } // namespace qf

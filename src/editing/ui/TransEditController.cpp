@@ -1,6 +1,7 @@
 #include "editing/ui/TransEditController.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SoundPlayer.h"
 #include "app/ui/CalendarPickerController.h"
 #include "app/ui/ErrorController.h"
 #include "attachments/ui/TransAttachmentsController.h"
@@ -9,6 +10,7 @@
 #include "common/DateFormatter.h"
 #include "editing/CalendarApplication.h"
 #include "editing/CalendarEvent.h"
+#include "editing/TransactionRecords.h"
 #include "editing/ui/FieldCompleter.h"
 #include "editing/ui/TransEditDetailsPane.h"
 #include "store/ManagedObject.h"
@@ -16,7 +18,6 @@
 #include "views/ui/LibraryController.h"
 
 #include <QAbstractItemView>
-#include <QApplication>
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QLineEdit>
@@ -61,22 +62,22 @@ TransEditController::TransEditController(Quillfen_AppDelegate& delegate, Library
     layout->addLayout(buttonRow);
     resize(620, 460);
 
-    m_titleCompleter = new FieldCompleter(m_details->titleField(), [this](const QString& typed) {
+    m_titleCompleter = new FieldCompleter(*m_details->titleField(), [this](const QString& typed) {
         if (!m_titles)
-            m_titles = m_form.distinctValuesForKey(QStringLiteral("trans_title"));
-        return TransEditForm::hintsAmong(*m_titles, typed, 0);
+            m_titles = TransactionRecords::distinctTexts(m_delegate.fetchAllTransObjects(), u"trans_title");
+        return TransactionRecords::hintsAmong(*m_titles, typed, 0);
     });
     const auto payees = [this](const QString& typed) { return contacts().hintsForContact(typed); };
-    m_toCompleter = new FieldCompleter(m_details->toField(), payees);
-    m_fromCompleter = new FieldCompleter(m_details->fromField(), payees);
+    m_toCompleter = new FieldCompleter(*m_details->toField(), payees);
+    m_fromCompleter = new FieldCompleter(*m_details->fromField(), payees);
     m_tagsCompleter = new FieldCompleter(
-        m_details->tagsField(),
+        *m_details->tagsField(),
         [this](const QString& typed) {
             if (!m_keywords)
                 m_keywords = m_tags.allTransactionKeywords();
             return TagsController::hintsForKeyword(*m_keywords, typed);
         },
-        FieldCompleter::Mode::LastToken);
+        QLatin1Char(','));
 
     connect(m_details, &TransEditDetailsPane::typeChanged, this, &TransEditController::transactionTypeChange);
     connect(m_details, &TransEditDetailsPane::pendingToggled, this, &TransEditController::pendingToggle);
@@ -184,7 +185,7 @@ void TransEditController::dateDidEndEditing()
     const bool read = m_form.endDateEditing();
     showFields();
     if (!read)
-        beep();
+        SoundPlayer::shared().beep();
 }
 
 void TransEditController::showCalendar()
@@ -297,12 +298,6 @@ const ContactBook& TransEditController::contacts()
     if (!m_contacts)
         m_contacts = ContactBook::load(ContactBook::chosenFolder());
     return *m_contacts;
-}
-
-void TransEditController::beep()
-{
-    QApplication::beep();
-    Q_EMIT beeped();
 }
 
 } // namespace qf

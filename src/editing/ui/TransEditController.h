@@ -74,8 +74,6 @@ public:
     void setCalendarHandlerLookup(CalendarHandlerLookup lookup) { m_calendarHandlerLookup = std::move(lookup); }
 
 Q_SIGNALS:
-    // The date field refused its text (the field was emptied).
-    void beeped();
     // The dialog closed after a save; the list has selected the transaction.
     void transactionSaved(const QString& transUniqueID);
 
@@ -96,7 +94,6 @@ private:
     void closeEditor(DialogCode code);
     void showReoccurenceAlert();
     void createCalendarEvent(ManagedObject& record);
-    void beep();
     const ContactBook& contacts();
 
     Quillfen_AppDelegate& m_delegate;
