@@ -45,6 +45,17 @@ QString TransactionRecords::keywordString(const QStringList& tags)
     return kept.join(QStringLiteral(", "));
 }
 
+QStringList TransactionRecords::tagsFromTypedText(const QString& text)
+{
+    QStringList tags;
+    for (const QString& piece : text.split(QLatin1Char(','))) {
+        const QString tag = piece.trimmed();
+        if (!tag.isEmpty())
+            tags.append(tag);
+    }
+    return tags;
+}
+
 QStringList TransactionRecords::hintsForKey(const std::vector<ManagedObject*>& transactions, QStringView key,
                                             const QString& text, qsizetype partialWordStart)
 {

@@ -39,6 +39,9 @@ public:
     static double signedAmount(double amount, const std::optional<QString>& type);
     // Tags joined by ", " in the order given, empty ones dropped.
     static QString keywordString(const QStringList& tags);
+    // The tags of a typed tag line: split at commas, typed with or without
+    // blanks, blanks trimmed, empty tokens dropped.
+    static QStringList tagsFromTypedText(const QString& text);
 
     // Earlier values of the key (trans_title) among the transactions that
     // begin with the text, ignoring case and diacritics, other than the text

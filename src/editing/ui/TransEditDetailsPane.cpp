@@ -1,5 +1,6 @@
 #include "editing/ui/TransEditDetailsPane.h"
 
+#include "editing/TransactionRecords.h"
 #include "views/ui/IconLibrary.h"
 
 #include <QCheckBox>
@@ -180,8 +181,8 @@ void TransEditDetailsPane::showFields(const TransEditFields& fields)
     setTextIfChanged(m_from, fields.from);
     // The tags field keeps what the user typed while it reads as the same
     // tokens ("Food,Rent" stays until the next open).
-    if (tagsFromText(m_tags->text()) != fields.tags)
-        m_tags->setText(tagsText(fields.tags));
+    if (TransactionRecords::tagsFromTypedText(m_tags->text()) != fields.tags)
+        m_tags->setText(TransactionRecords::keywordString(fields.tags));
     if (m_notes->toPlainText() != fields.notes)
         m_notes->setPlainText(fields.notes);
 }
@@ -198,24 +199,8 @@ void TransEditDetailsPane::collectFields(TransEditFields& fields) const
     fields.date = m_date->text();
     fields.to = m_to->text();
     fields.from = m_from->text();
-    fields.tags = tagsFromText(m_tags->text());
+    fields.tags = TransactionRecords::tagsFromTypedText(m_tags->text());
     fields.notes = m_notes->toPlainText();
-}
-
-QString TransEditDetailsPane::tagsText(const QStringList& tags)
-{
-    return tags.join(QStringLiteral(", "));
-}
-
-QStringList TransEditDetailsPane::tagsFromText(const QString& text)
-{
-    QStringList tags;
-    for (const QString& piece : text.split(QLatin1Char(','))) {
-        const QString tag = piece.trimmed();
-        if (!tag.isEmpty())
-            tags.append(tag);
-    }
-    return tags;
 }
 
 } // namespace qf

@@ -28,11 +28,6 @@ public:
     void showFields(const TransEditFields& fields);
     void collectFields(TransEditFields& fields) const;
 
-    // Tags as the field shows them, and the tokens read back from its text
-    // (split at commas, blanks trimmed, empty tokens dropped).
-    static QString tagsText(const QStringList& tags);
-    static QStringList tagsFromText(const QString& text);
-
     QLineEdit* titleField() const { return m_title; }
     QLineEdit* amountField() const { return m_amount; }
     QLineEdit* dateField() const { return m_date; }
