@@ -1,5 +1,7 @@
 #include "app/UserDefaults.h"
 
+#include "editing/ContactBook.h"
+
 #include <QLocale>
 #include <QSettings>
 
@@ -39,6 +41,7 @@ void UserDefaults::registerDefaults()
         {EnableSpotlightIndexing, true},
         {UseExampleStore, false},
         {EnableiPodSync, true},
+        {ContactsFolder, ContactBook::defaultFolder()},
     });
     if (!m_settings->contains(LocaleIdentifier))
         m_settings->setValue(LocaleIdentifier, firstLocale);

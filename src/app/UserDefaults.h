@@ -25,6 +25,8 @@ inline const QString EnableSpotlightIndexing = QStringLiteral("EnableSpotlightIn
 inline const QString UseExampleStore = QStringLiteral("UseExampleStore");
 inline const QString EnableiPodSync = QStringLiteral("EnableiPodSync");
 inline const QString SharePassword = QStringLiteral("SharePassword");
+// The vCard folder behind payee completion.
+inline const QString ContactsFolder = QStringLiteral("ContactsFolder");
 } // namespace DefaultsKey
 
 // The user's preferences, over QSettings (organisation and application

@@ -1,5 +1,6 @@
 #include "editing/ContactBook.h"
 
+#include "app/UserDefaults.h"
 #include "common/QFNSStringCategory.h"
 
 #include <QDir>
@@ -13,6 +14,12 @@ namespace qf {
 QString ContactBook::defaultFolder()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/contacts");
+}
+
+QString ContactBook::chosenFolder()
+{
+    const QString chosen = UserDefaults::standard().stringForKey(DefaultsKey::ContactsFolder);
+    return chosen.isEmpty() ? defaultFolder() : chosen;
 }
 
 ContactBook ContactBook::load(const QString& folder)

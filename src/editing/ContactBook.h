@@ -16,6 +16,9 @@ class ContactBook {
 public:
     // ~/.local/share/contacts (the generic data folder's "contacts").
     static QString defaultFolder();
+    // The folder the user chose in the preferences (ContactsFolder); the
+    // default folder when none is chosen.
+    static QString chosenFolder();
 
     ContactBook() = default;
     explicit ContactBook(std::vector<VCardContact> contacts) : m_contacts(std::move(contacts)) {}

@@ -1,8 +1,8 @@
 #include "editing/TagsController.h"
 
 #include "app/Quillfen_AppDelegate.h"
-#include "common/Predicate.h"
 #include "common/QFNSStringCategory.h"
+#include "editing/TransactionRecords.h"
 #include "store/ManagedObject.h"
 
 #include <memory>
@@ -56,18 +56,8 @@ QStringList TagsController::hintsForKeyword(const QString& text) const
 
 QStringList TagsController::hintsForKeyword(const QStringList& keywords, const QString& text)
 {
-    if (keywords.isEmpty())
-        return {};
-    const Result<Predicate> wanted =
-        Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
-    if (!wanted)
-        return {};
-    QStringList hints;
-    for (const QString& keyword : keywords) {
-        if (wanted->evaluate(Value(keyword)))
-            hints << keyword;
-    }
-    return hints;
+    // Tags complete as titles do, from the start of the tag.
+    return TransactionRecords::hintsAmong(keywords, text, 0);
 }
 
 QStringList TagsController::completionsForSubstring(const QObject* field, const QString& substring) const

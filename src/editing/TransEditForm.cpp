@@ -183,7 +183,8 @@ float TransEditForm::adjustedAmount() const
 
 void TransEditForm::reformatAmount()
 {
-    m_fields.amount = m_delegate.amountFormatter().format(adjustedAmount());
+    // Adding zero turns an outgoing -0 into 0, which shows without a sign.
+    m_fields.amount = m_delegate.amountFormatter().format(adjustedAmount() + 0.0f);
 }
 
 bool TransEditForm::endDateEditing()

@@ -45,25 +45,50 @@ QString TransactionRecords::keywordString(const QStringList& tags)
     return kept.join(QStringLiteral(", "));
 }
 
+QStringList TransactionRecords::tagsFromTypedText(const QString& text)
+{
+    QStringList tags;
+    for (const QString& piece : text.split(QLatin1Char(','))) {
+        const QString tag = piece.trimmed();
+        if (!tag.isEmpty())
+            tags.append(tag);
+    }
+    return tags;
+}
+
 QStringList TransactionRecords::hintsForKey(const std::vector<ManagedObject*>& transactions, QStringView key,
                                             const QString& text, qsizetype partialWordStart)
+{
+    return hintsAmong(distinctTexts(transactions, key), text, partialWordStart);
+}
+
+QStringList TransactionRecords::distinctTexts(const std::vector<ManagedObject*>& transactions, QStringView key)
+{
+    QStringList texts;
+    QSet<QString> seen;
+    for (ManagedObject* record : transactions) {
+        const Value value = record->valueForKey(key);
+        if (!value.isString())
+            continue;
+        const QString text = value.toString();
+        if (!seen.contains(text)) {
+            seen.insert(text);
+            texts.append(text);
+        }
+    }
+    return texts;
+}
+
+QStringList TransactionRecords::hintsAmong(const QStringList& values, const QString& text, qsizetype partialWordStart)
 {
     const Result<Predicate> wanted =
         Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
     if (!wanted)
         return {};
     QStringList hints;
-    QSet<QString> seen;
-    for (ManagedObject* record : transactions) {
-        const Value value = record->valueForKey(key);
-        if (!value.isString())
-            continue;
-        const QString title = value.toString();
-        if (seen.contains(title))
-            continue;
-        seen.insert(title);
-        if (wanted->evaluate(value))
-            hints.append(title.mid(partialWordStart));
+    for (const QString& value : values) {
+        if (wanted->evaluate(Value(value)))
+            hints.append(value.mid(partialWordStart));
     }
     return hints;
 }
@@ -129,8 +154,11 @@ ManagedObject* TransactionRecords::insertNextOccurrence(ManagedObjectContext& co
                                                         AbsoluteTime due)
 {
     ManagedObject* copy = context.insertNewObject(trans());
+    // A record never written (the example ledger is not saved) has no
+    // committed values; its current ones stand in.
+    const bool stored = !record.isInserted();
     for (int i = 0; i < trans().attributeCount(); ++i)
-        copy->setValue(i, record.committedValue(i));
+        copy->setValue(i, stored ? record.committedValue(i) : record.primitiveValue(i));
     set(copy, u"trans_uniqueID", Value(environment.createUniqueID()));
     set(copy, u"trans_date", Value::date(due));
     set(copy, u"trans_isUpcoming", Value::boolean(true));

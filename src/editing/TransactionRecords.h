@@ -39,12 +39,20 @@ public:
     static double signedAmount(double amount, const std::optional<QString>& type);
     // Tags joined by ", " in the order given, empty ones dropped.
     static QString keywordString(const QStringList& tags);
+    // The tags of a typed tag line: split at commas, typed with or without
+    // blanks, blanks trimmed, empty tokens dropped.
+    static QStringList tagsFromTypedText(const QString& text);
 
     // Earlier values of the key (trans_title) among the transactions that
     // begin with the text, ignoring case and diacritics, other than the text
     // itself, each from partialWordStart on; first-seen order, each once.
     static QStringList hintsForKey(const std::vector<ManagedObject*>& transactions, QStringView key,
                                    const QString& text, qsizetype partialWordStart);
+    // Its two halves, for callers that keep the values while the user types:
+    // every text value of the key, each once, in first-seen order; and the
+    // hints among such values.
+    static QStringList distinctTexts(const std::vector<ManagedObject*>& transactions, QStringView key);
+    static QStringList hintsAmong(const QStringList& values, const QString& text, qsizetype partialWordStart);
 
     static ManagedObject* insert(ManagedObjectContext& context, const RecordEnvironment& environment,
                                  const TransactionDraft& draft);
@@ -59,8 +67,8 @@ public:
     // upcoming copy a repeat made of that transaction. Null when none.
     static ManagedObject* findPendingTransactionWithPaidID(const ManagedObjectContext& context,
                                                            const QString& uniqueID);
-    // The upcoming copy itself, made from the record's committed values and
-    // due on the given date; the record points at it by trans_pendingREFID.
+    // The upcoming copy itself, made from the record's committed values (its
+    // current ones while it was never saved) and due on the given date; the record points at it by trans_pendingREFID.
     static ManagedObject* insertNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
                                                ManagedObject& record, AbsoluteTime due);
 

@@ -2,6 +2,7 @@
 #include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
+#include "support/ModalAnswer.h"
 #include "support/TempLedger.h"
 #include "views/ui/AddVaultController.h"
 #include "views/ui/LibraryController.h"
@@ -27,30 +28,9 @@
 
 using namespace qf;
 using qf::test::TempLedger;
+using qf::test::answerNextModal;
 
 namespace {
-
-// Answers the next modal window (a question or a sheet) once it is shown. A
-// window the answer leaves open fails the test and is closed, so that a
-// broken answer cannot hang the run.
-void answerNextModal(const std::function<void(QWidget*)>& answer)
-{
-    QTimer::singleShot(0, [answer] {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (!modal) {
-            answerNextModal(answer);
-            return;
-        }
-        answer(modal);
-        QPointer<QWidget> left(modal);
-        QTimer::singleShot(2000, [left] {
-            if (left && left->isVisible()) {
-                ADD_FAILURE() << "a modal window was left open";
-                left->close();
-            }
-        });
-    });
-}
 
 class MainWindowTest : public ::testing::Test {
 protected:

@@ -5,7 +5,9 @@
 #include "app/ui/LockPanelController.h"
 #include "app/ui/MainWindow.h"
 #include "app/ui/PreferencesController.h"
+#include "editing/ContactBook.h"
 #include "support/EventWait.h"
+#include "support/ModalAnswer.h"
 #include "support/TempLedger.h"
 #include "sync/PasswordFileStore.h"
 #include "sync/ZRKeychain.h"
@@ -17,6 +19,7 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -34,6 +37,7 @@ using namespace qf;
 using qf::test::menuAction;
 using qf::test::RecordingPlayer;
 using qf::test::TempLedger;
+using qf::test::answerNextModal;
 using qf::test::waitUntil;
 namespace Db = DatabasePasswordItem;
 
@@ -62,7 +66,8 @@ protected:
     static void clearKeys()
     {
         for (const QString& key : {DefaultsKey::SharePassword, DefaultsKey::ShouldEncryptDatabase,
-                                   DefaultsKey::ShouldUseAnimation, DefaultsKey::ShouldShare})
+                                   DefaultsKey::ShouldUseAnimation, DefaultsKey::ShouldShare,
+                                   DefaultsKey::ContactsFolder})
             UserDefaults::standard().removeObjectForKey(key);
         UserDefaults::standard().synchronize();
     }
@@ -329,4 +334,33 @@ TEST_F(PreferencesAndLockTest, LockedBeforeTheWindowFirstShows)
     EXPECT_EQ(window.lockPanel()->panel()->width(), window.width());
     EXPECT_EQ(window.lockPanel()->panel()->geometry().bottom(), window.rect().bottom());
     EXPECT_GT(window.lockPanel()->panel()->y(), 0) << "the menu bar stays reachable";
+}
+
+TEST_F(PreferencesAndLockTest, ContactsFolderIsChosenInTheGeneralPaneAndEmptyMeansTheDefault)
+{
+    MainWindow window(ledger.delegate());
+    PreferencesController* preferences = window.openPreferences();
+    auto* field = preferences->findChild<QLineEdit*>(DefaultsKey::ContactsFolder);
+    ASSERT_NE(field, nullptr);
+    EXPECT_TRUE(field->isVisible());
+    EXPECT_EQ(field->text(), ContactBook::defaultFolder());
+
+    const QString chosen = QStringLiteral(QUILLFEN_TEST_DATA_DIR "/contacts/sub");
+    answerNextModal([&](QWidget* modal) {
+        auto* dialog = qobject_cast<QFileDialog*>(modal);
+        ASSERT_NE(dialog, nullptr);
+        dialog->setDirectory(QStringLiteral(QUILLFEN_TEST_DATA_DIR "/contacts"));
+        dialog->selectFile(QStringLiteral("sub"));
+        QMetaObject::invokeMethod(dialog, "accept");
+    });
+    preferences->findChild<QPushButton*>(QStringLiteral("chooseContactsFolder"))->click();
+    EXPECT_EQ(UserDefaults::standard().stringForKey(DefaultsKey::ContactsFolder), chosen);
+    EXPECT_EQ(field->text(), chosen);
+    EXPECT_EQ(ContactBook::chosenFolder(), chosen);
+
+    field->setText(QStringLiteral("  "));
+    Q_EMIT field->editingFinished();
+    EXPECT_FALSE(UserDefaults::standard().contains(DefaultsKey::ContactsFolder));
+    EXPECT_EQ(field->text(), ContactBook::defaultFolder());
+    EXPECT_EQ(ContactBook::chosenFolder(), ContactBook::defaultFolder());
 }

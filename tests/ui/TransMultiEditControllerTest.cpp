@@ -61,7 +61,7 @@ protected:
             const int row = model->rowOfTransaction(r->valueForKey(u"trans_uniqueID").toString());
             selection->select(model->index(row, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
         }
-        QAction* edit = menuAction(*window, QStringLiteral("&Transactions"), QStringLiteral("Edit Selected Transactions…"));
+        QAction* edit = menuAction(*window, QStringLiteral("&Transactions"), QStringLiteral("Edit Transaction…"));
         EXPECT_NE(edit, nullptr);
         if (!edit)
             return nullptr;

@@ -1,4 +1,5 @@
 #include "app/ui/MainWindow.h"
+#include "editing/ui/TransEditController.h"
 #include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -174,6 +175,10 @@ TEST_F(TransactionIconViewTest, KeysWorkOnTheCards)
     QObject::connect(list, &LibraryController::transactionActivated, [&](ManagedObject* t) { activated = t; });
     press(cards, Qt::Key_Return);
     EXPECT_EQ(activated, list->selectedTransaction());
+    // The window opens the editor on it; cancelling gives the cards the keys back.
+    TransEditController* editor = window->transEditController();
+    EXPECT_TRUE(editor->isVisible());
+    editor->cancel();
 
     // Delete removes the card's transaction from the folder.
     ASSERT_TRUE(cards->hasFocus());

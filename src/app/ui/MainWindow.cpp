@@ -1,13 +1,15 @@
 #include "app/ui/MainWindow.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SoundPlayer.h"
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "editing/ui/AccountTransferController.h"
+#include "editing/ui/TransEditController.h"
+#include "editing/ui/TransMultiEditController.h"
 #include "exchange/ui/CSVExportPanel.h"
 #include "exchange/ui/PrintingController.h"
-#include "editing/ui/AccountTransferController.h"
-#include "editing/ui/TransMultiEditController.h"
 #include "exchange/ui/QIFController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -65,6 +67,10 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
+    connect(m_library, &LibraryController::transactionActivated, this, [this](ManagedObject* transaction) {
+        if (transaction)
+            transEditController()->showEditWithTransObject(*transaction);
+    });
     connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
@@ -80,10 +86,10 @@ void MainWindow::buildMenus()
                     [this] { m_source->newVault(VaultType::Playlist); });
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
-    file->addAction(tr("Import QIF…"), this,
-                    [this] { qifController()->loadImportQIFPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
     file->addSeparator();
+    file->addAction(tr("Import QIF…"), this,
+                    [this] { qifController()->loadImportQIFPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
     file->addAction(tr("Print…"), QKeySequence::Print, this, &MainWindow::print);
     file->addSeparator();
@@ -111,6 +117,10 @@ void MainWindow::buildMenus()
     preferences->setMenuRole(QAction::PreferencesRole);
 
     QMenu* transactions = menuBar()->addMenu(tr("&Transactions"));
+    transactions->addAction(tr("New Transaction"), QKeySequence::New, this, &MainWindow::newTransaction);
+    m_editTransaction = transactions->addAction(tr("Edit Transaction…"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
+                                                &MainWindow::editTransaction);
+    transactions->addSeparator();
     QAction* remove = transactions->addAction(tr("Delete"), QKeySequence::Delete, this,
                                               [this] { m_library->removeTransaction(); });
     // Delete acts on the list only: the search field keeps its own Delete key.
@@ -120,8 +130,6 @@ void MainWindow::buildMenus()
     transactions->addAction(tr("Mark as Pending"), this, [this] { m_library->markAsPending(); });
     transactions->addAction(tr("Reconcile…"), this, [this] { m_library->reconcileSelected(); });
     transactions->addSeparator();
-    m_editSelected = transactions->addAction(tr("Edit Selected Transactions…"), this,
-                                             [this] { editTransactions(m_library->selectedTransactions()); });
     transactions->addAction(tr("Transfer…"), this, &MainWindow::openTransfer);
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
@@ -192,7 +200,8 @@ void MainWindow::updateCommands()
     m_undo->setEnabled(undo.canUndo());
     m_redo->setEnabled(undo.canRedo());
     m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
-    m_editSelected->setEnabled(m_views->currentWidget() == m_library && m_library->selectedTransaction());
+    const bool anySelected = m_views->currentWidget() == m_library && m_library->selectedTransaction();
+    m_editTransaction->setEnabled(anySelected);
 }
 
 void MainWindow::undo()
@@ -232,6 +241,31 @@ PreferencesController* MainWindow::openPreferences()
     m_preferences->raise();
     m_preferences->activateWindow();
     return m_preferences;
+}
+
+TransEditController* MainWindow::transEditController()
+{
+    if (!m_transEdit)
+        m_transEdit = new TransEditController(m_delegate, *m_library, this);
+    return m_transEdit;
+}
+
+void MainWindow::newTransaction()
+{
+    // Other views (budgets, bills to come) add with no defaults.
+    const bool listShown = m_views->currentWidget() == m_library;
+    transEditController()->showAddWindowWithDefaults(listShown ? m_library->addDefaults() : ValueDictionary());
+}
+
+void MainWindow::editTransaction()
+{
+    const std::vector<ManagedObject*> selected = m_library->selectedTransactions();
+    if (selected.size() == 1)
+        transEditController()->showEditWithTransObject(*selected.front());
+    else if (selected.size() > 1)
+        editTransactions(selected);
+    else
+        SoundPlayer::shared().beep();
 }
 
 TransMultiEditController* MainWindow::editTransactions(const std::vector<ManagedObject*>& records)

@@ -20,6 +20,7 @@ class PrintingController;
 class QIFController;
 class Quillfen_AppDelegate;
 class SourceController;
+class TransEditController;
 class TransMultiEditController;
 
 // The main window: the source list on the left, the selected vault's view on
@@ -38,6 +39,8 @@ public:
     PreferencesController* openPreferences();
     // The import sheet, made on first use and kept; the OFX route enters it too.
     QIFController* qifController();
+    // The transaction editor, made on first use and kept.
+    TransEditController* transEditController();
 
     // The sheet that changes several transactions at once, opened on the
     // records; null, and nothing opened, for none. Made on first use and kept.
@@ -61,6 +64,8 @@ private:
     void redo();
     void save();
     void openAboutBox();
+    void newTransaction();
+    void editTransaction();
     void exportCSV();
     void print();
 
@@ -76,11 +81,12 @@ private:
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
     QAction* m_removeVault = nullptr;
-    QAction* m_editSelected = nullptr;
     QAction* m_iconSize = nullptr;
     QAction* m_lockDatabase = nullptr;
+    QAction* m_editTransaction = nullptr;
     LockPanelController* m_lockPanel = nullptr;
     PreferencesController* m_preferences = nullptr;
+    TransEditController* m_transEdit = nullptr;
     PrintingController* m_printing = nullptr;
     TransMultiEditController* m_multiEdit = nullptr;
     AccountTransferController* m_transfer = nullptr;

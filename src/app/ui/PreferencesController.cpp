@@ -14,9 +14,11 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QStackedWidget>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -130,7 +132,42 @@ QWidget* PreferencesController::buildGeneralPane()
     form->addRow(QString(), m_sample);
     form->addRow(tr("Sidebar icons:"), m_iconSize);
     form->addRow(QString(), defaultsCheckBox(DefaultsKey::ShouldUseAnimation, tr("Animate view changes"), pane));
+    form->addRow(tr("Contacts folder:"), buildContactsFolderRow(pane));
+    form->addRow(QString(), hintLabel(tr("Payees are completed from the address cards (.vcf) in this folder."), pane));
     return pane;
+}
+
+QLayout* PreferencesController::buildContactsFolderRow(QWidget* pane)
+{
+    m_contactsFolder = new QLineEdit(pane);
+    m_contactsFolder->setObjectName(DefaultsKey::ContactsFolder);
+    m_contactsFolder->setText(UserDefaults::standard().stringForKey(DefaultsKey::ContactsFolder));
+    // A typed path counts once the field is left; an emptied one means the default folder.
+    connect(m_contactsFolder, &QLineEdit::editingFinished, this, [this] {
+        const QString typed = m_contactsFolder->text().trimmed();
+        UserDefaults& defaults = UserDefaults::standard();
+        if (typed.isEmpty())
+            defaults.removeObjectForKey(DefaultsKey::ContactsFolder);
+        else if (typed != defaults.stringForKey(DefaultsKey::ContactsFolder))
+            defaults.setValue(DefaultsKey::ContactsFolder, typed);
+        m_contactsFolder->setText(defaults.stringForKey(DefaultsKey::ContactsFolder));
+    });
+    auto* choose = new QPushButton(tr("Choose…"), pane);
+    choose->setObjectName(QStringLiteral("chooseContactsFolder"));
+    connect(choose, &QPushButton::clicked, this, &PreferencesController::chooseContactsFolder);
+    auto* row = new QHBoxLayout;
+    row->addWidget(m_contactsFolder, 1);
+    row->addWidget(choose);
+    return row;
+}
+
+void PreferencesController::chooseContactsFolder()
+{
+    const QString chosen = QFileDialog::getExistingDirectory(this, tr("Contacts Folder"), m_contactsFolder->text());
+    if (chosen.isEmpty())
+        return;
+    UserDefaults::standard().setValue(DefaultsKey::ContactsFolder, chosen);
+    m_contactsFolder->setText(chosen);
 }
 
 QWidget* PreferencesController::buildSharingPane()

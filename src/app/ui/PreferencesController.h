@@ -17,7 +17,8 @@ namespace qf {
 class LocalePicker;
 class Quillfen_AppDelegate;
 
-// The preferences window: General (locale, animation, sidebar icons),
+// The preferences window: General (locale, animation, sidebar icons, the
+// contacts folder),
 // Sharing (sharing switches and the sharing password) and Database (locking
 // and its password). Switches write the user defaults at once; the window
 // refuses to close while a ticked password box has no accepted password.
@@ -62,6 +63,8 @@ private:
     void updateSample();
     void defaultsChanged(const QString& key);
     void refuse(QLineEdit* field, int tag);
+    QLayout* buildContactsFolderRow(QWidget* pane);
+    void chooseContactsFolder();
 
     Quillfen_AppDelegate& m_delegate;
     PreferencesPasswords m_passwords;
@@ -74,6 +77,7 @@ private:
     LocalePicker* m_locale = nullptr;
     QLabel* m_sample = nullptr;
     QComboBox* m_iconSize = nullptr;
+    QLineEdit* m_contactsFolder = nullptr;
     QCheckBox* m_requireSharingPassword = nullptr;
     QLineEdit* m_sharingPassword = nullptr;
     QCheckBox* m_encryptDatabase = nullptr;

@@ -31,18 +31,6 @@ const char* const kFieldNames[] = {QT_TRANSLATE_NOOP("TransMultiEditController",
                                    QT_TRANSLATE_NOOP("TransMultiEditController", "Repeat")};
 const char* const kObjectNames[] = {"title", "amount", "to", "from", "tags", "notes", "account", "repeat"};
 
-// The tag line holds tokens apart by commas, typed with or without spaces.
-QStringList tagTokens(const QString& text)
-{
-    QStringList tokens;
-    for (const QString& piece : text.split(QLatin1Char(','))) {
-        const QString token = piece.trimmed();
-        if (!token.isEmpty())
-            tokens.append(token);
-    }
-    return tokens;
-}
-
 } // namespace
 
 TransMultiEditController::TransMultiEditController(Quillfen_AppDelegate& delegate, LibraryController* list,
@@ -152,7 +140,7 @@ void TransMultiEditController::textDidChange(Field field)
 {
     const QString text = textField(field)->text();
     if (field == Field::Tags)
-        m_form.tagsDidChange(tagTokens(text));
+        m_form.tagsDidChange(TransactionRecords::tagsFromTypedText(text));
     else
         m_form.textDidChange(field, text);
     showBox(field);

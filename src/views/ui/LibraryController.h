@@ -73,6 +73,8 @@ public:
     void duplicate();
     void markAsPending();
     void reconcileSelected();
+    // The attached-files menu rebuilt for the selected transaction.
+    void setupFilesPopup();
 
     QLineEdit* searchField() const { return m_search; }
     QTableView* tableView() const { return m_table; }
@@ -99,7 +101,6 @@ private:
     void sortTransBy(const QString& title);
     void updateButtons();
     void setupReconcileButton();
-    void setupFilesPopup();
     QToolButton* filterButton(const QString& icon, const QString& text, QButtonGroup* group, int tag,
                               const QString& tip = {});
     void fitFilterButtons();
