@@ -44,6 +44,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     m_otherView->setWordWrap(true);
     m_views->addWidget(m_library);
     m_views->addWidget(m_otherView);
+    m_views->addWidget(m_account->onlineView());
 
     auto* splitter = new QSplitter(this);
     splitter->addWidget(m_source);
@@ -58,6 +59,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     buildMenus();
     connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
+    connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);

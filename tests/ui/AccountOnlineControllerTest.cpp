@@ -1,0 +1,171 @@
+#include "app/ui/MainWindow.h"
+#include "editing/AccountRecords.h"
+#include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
+#include "support/TempLedger.h"
+#include "views/ui/AccountController.h"
+#include "views/ui/AccountOnlineController.h"
+#include "views/ui/LibraryController.h"
+#include "views/ui/SourceController.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileDialog>
+#include <QLabel>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QToolButton>
+#include <gtest/gtest.h>
+
+using namespace qf;
+using qf::test::TempLedger;
+
+namespace {
+
+// The statements a controller handed on, with the account of each.
+struct Handed {
+    std::vector<std::pair<QString, ManagedObject*>> calls;
+    template <class Sender>
+    explicit Handed(Sender* sender)
+    {
+        QObject::connect(sender, &Sender::statementDownloaded, sender,
+                         [this](const QString& path, ManagedObject* vault) { calls.emplace_back(path, vault); });
+    }
+};
+
+class AccountOnlineControllerTest : public ::testing::Test {
+protected:
+    TempLedger ledger;
+    ManagedObjectContext& context = ledger.launch();
+    ManagedObject* account = nullptr;
+    QTemporaryDir downloads;
+
+    void SetUp() override
+    {
+        AccountOnlineController::setPreferredBrowser(AccountOnlineController::Browser::External);
+        AccountDetails details;
+        details.title = QStringLiteral("Everyday");
+        details.bankName = QStringLiteral("Harbor Bank");
+        details.accountType = QStringLiteral("Checking");
+        details.url = QStringLiteral("bank.example/login");
+        account = AccountRecords::createAccount(context, ledger.delegate(), details);
+        ASSERT_TRUE(ledger.delegate().saveAction());
+    }
+
+    QString statementFile(const char* name)
+    {
+        const QString path = downloads.filePath(QLatin1String(name));
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("OFXHEADER:100\n\n<OFX>\n");
+        return path;
+    }
+};
+
+} // namespace
+
+TEST_F(AccountOnlineControllerTest, WithoutEmbeddedBrowserOffersTheSiteAndAnImport)
+{
+    AccountOnlineController online(AccountOnlineController::Browser::External);
+    EXPECT_FALSE(online.embedsBrowser());
+    online.setupOnlinePane(account);
+    auto* open = online.findChild<QPushButton*>(QStringLiteral("openInBrowser"));
+    ASSERT_NE(open, nullptr);
+    ASSERT_NE(online.findChild<QPushButton*>(QStringLiteral("importDownloaded")), nullptr);
+    EXPECT_TRUE(open->isEnabled());
+    EXPECT_EQ(online.findChild<QLabel*>(QStringLiteral("onlineAddress"))->text(), QStringLiteral("http://bank.example/login"));
+    EXPECT_EQ(online.findChild<QLabel*>(QStringLiteral("onlineBankName"))->text(), QStringLiteral("Harbor Bank"));
+
+    // An account without an address says how to add one and opens nothing.
+    account->setValueForKey(u"vault_accountURL", Value(QString()));
+    online.setupOnlinePane(account);
+    EXPECT_FALSE(open->isEnabled());
+    EXPECT_TRUE(online.findChild<QLabel*>(QStringLiteral("onlineAddress"))->text().contains(QStringLiteral("no web address")));
+
+    // Statement files go on with the account, whatever the case of their
+    // extension; anything else does not.
+    Handed handed(&online);
+    online.importStatementFile(QStringLiteral("/tmp/March.QFX"));
+    online.importStatementFile(QStringLiteral("/tmp/March.qif"));
+    online.importStatementFile(QStringLiteral("/tmp/March.pdf"));
+    ASSERT_EQ(handed.calls.size(), 2u);
+    EXPECT_EQ(handed.calls[0].first, QStringLiteral("/tmp/March.QFX"));
+    EXPECT_EQ(handed.calls[0].second, account);
+    EXPECT_EQ(handed.calls[1].first, QStringLiteral("/tmp/March.qif"));
+}
+
+TEST_F(AccountOnlineControllerTest, ImportDownloadedFileHandsOnTheChosenFile)
+{
+    AccountOnlineController online(AccountOnlineController::Browser::External);
+    online.setupOnlinePane(account);
+    online.show();
+    const QString path = statementFile("statement.ofx");
+    Handed handed(&online);
+    bool answered = false;
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->setDirectory(downloads.path());
+        dialog->selectFile(path);
+        answered = true;
+        static_cast<QDialog*>(dialog)->accept();
+    });
+    online.findChild<QPushButton*>(QStringLiteral("importDownloaded"))->click();
+    EXPECT_TRUE(answered);
+    ASSERT_EQ(handed.calls.size(), 1u);
+    EXPECT_EQ(handed.calls[0].first, path);
+    EXPECT_EQ(handed.calls[0].second, account);
+
+    // Cancelling the dialog hands on nothing.
+    QTimer::singleShot(0, [] {
+        if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
+            dialog->reject();
+    });
+    online.findChild<QPushButton*>(QStringLiteral("importDownloaded"))->click();
+    EXPECT_EQ(handed.calls.size(), 1u);
+}
+
+TEST_F(AccountOnlineControllerTest, TabsSwitchTheViewAndAreRememberedWithoutUndo)
+{
+    MainWindow window(ledger.delegate());
+    window.setupSourceList();
+    const QString id = account->valueForKey(u"vault_uniqueID").toString();
+    ASSERT_TRUE(window.sourceController()->selectControllerWithID(id));
+    auto* pane = window.findChild<AccountController*>();
+    auto* views = window.libraryController()->parentWidget();
+    ASSERT_NE(qobject_cast<QStackedWidget*>(views), nullptr);
+    auto current = [views] { return static_cast<QStackedWidget*>(views)->currentWidget(); };
+    EXPECT_EQ(current(), window.libraryController());
+    EXPECT_EQ(pane->selectedTab(), QStringLiteral("Transactions"));
+    context.processPendingChanges();
+    context.undoManager().removeAllActions();
+
+    Handed handed(pane);
+    pane->findChild<QToolButton*>(QStringLiteral("onlineTab"))->click();
+    context.processPendingChanges();
+    EXPECT_EQ(current(), pane->onlineView());
+    EXPECT_EQ(pane->parentWidget(), pane->onlineView()); // the details stay above the tab
+    EXPECT_EQ(window.libraryController()->infoPane(), nullptr);
+    EXPECT_EQ(account->valueForKey(u"vault_tabSelected").toString(), QStringLiteral("Online"));
+    EXPECT_FALSE(context.undoManager().canUndo());
+    EXPECT_EQ(pane->onlineController()->vault(), account);
+    pane->onlineController()->importStatementFile(QStringLiteral("/tmp/x.ofx"));
+    ASSERT_EQ(handed.calls.size(), 1u);
+    EXPECT_EQ(handed.calls[0].second, account);
+
+    // Another vault and back: the account reopens on its last tab.
+    ManagedObject* library = ledger.delegate().fetchVaultObjectsWithType(VaultType::MasterVault).front();
+    ASSERT_TRUE(window.sourceController()->selectControllerWithID(library->valueForKey(u"vault_uniqueID").toString()));
+    EXPECT_EQ(current(), window.libraryController());
+    EXPECT_EQ(window.libraryController()->infoPane(), nullptr);
+    ASSERT_TRUE(window.sourceController()->selectControllerWithID(id));
+    EXPECT_EQ(current(), pane->onlineView());
+
+    pane->findChild<QToolButton*>(QStringLiteral("transactionsTab"))->click();
+    EXPECT_EQ(current(), window.libraryController());
+    EXPECT_EQ(window.libraryController()->infoPane(), pane);
+    EXPECT_TRUE(pane->isVisibleTo(&window));
+    EXPECT_EQ(account->valueForKey(u"vault_tabSelected").toString(), QStringLiteral("Transactions"));
+}
