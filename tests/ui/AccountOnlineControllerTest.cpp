@@ -2,6 +2,7 @@
 #include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
+#include "support/EventWait.h"
 #include "support/TempLedger.h"
 #include "views/ui/AccountController.h"
 #include "views/ui/AccountOnlineController.h"
@@ -17,7 +18,9 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolButton>
+#include <QUrl>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 using namespace qf;
 using qf::test::TempLedger;
@@ -168,4 +171,46 @@ TEST_F(AccountOnlineControllerTest, TabsSwitchTheViewAndAreRememberedWithoutUndo
     EXPECT_EQ(window.libraryController()->infoPane(), pane);
     EXPECT_TRUE(pane->isVisibleTo(&window));
     EXPECT_EQ(account->valueForKey(u"vault_tabSelected").toString(), QStringLiteral("Transactions"));
+}
+
+TEST_F(AccountOnlineControllerTest, EmbeddedBrowserSavesAStatementOverAnOlderOneAndHandsItOn)
+{
+    if (!AccountOnlineController::canEmbedBrowser())
+        GTEST_SKIP() << "built without Qt WebEngine";
+    // The renderer refuses to run as root inside its sandbox.
+    if (geteuid() == 0)
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QTemporaryDir site;
+    QFile statement(site.filePath(QStringLiteral("March.QFX")));
+    ASSERT_TRUE(statement.open(QIODevice::WriteOnly));
+    statement.write("OFXHEADER:100\n\n<OFX><BANKTRANLIST><STMTTRN><NAME>NEW</STMTTRN></BANKTRANLIST></OFX>\n");
+    statement.close();
+    QFile page(site.filePath(QStringLiteral("bank.html")));
+    ASSERT_TRUE(page.open(QIODevice::WriteOnly));
+    page.write("<html><head><title>Harbor Online</title></head><body><a id=s href=\"March.QFX\" download>March</a>"
+               "<script>window.onload = () => document.getElementById('s').click();</script></body></html>");
+    page.close();
+    account->setValueForKey(u"vault_accountURL", Value(QUrl::fromLocalFile(page.fileName()).toString()));
+    QFile older(downloads.filePath(QStringLiteral("March.QFX")));
+    ASSERT_TRUE(older.open(QIODevice::WriteOnly));
+    older.write("older download");
+    older.close();
+
+    QWidget window;
+    window.setWindowTitle(QStringLiteral("Quillfen"));
+    auto* online = new AccountOnlineController(AccountOnlineController::Browser::Embedded, &window);
+    online->setDownloadFolder(downloads.path());
+    Handed handed(online);
+    window.show();
+    online->setupOnlinePane(account);
+    ASSERT_TRUE(qf::test::waitUntil([&] { return !handed.calls.empty(); }, 60000));
+    ASSERT_EQ(handed.calls.size(), 1u);
+    EXPECT_EQ(handed.calls[0].first, older.fileName());
+    EXPECT_EQ(handed.calls[0].second, account);
+    ASSERT_TRUE(older.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(older.readAll().contains("<NAME>NEW"));
+    // The window is titled after the bank's page while the tab is shown.
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Harbor Online"));
+    online->hide();
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Quillfen"));
 }

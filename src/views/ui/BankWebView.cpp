@@ -60,7 +60,12 @@ BankWebView::BankWebView(const QString& userAgent, QWidget* parent)
     QToolButton* back = button(QStyle::SP_ArrowBack, tr("Back"), "back", [this] { m_view->back(); });
     QToolButton* forward = button(QStyle::SP_ArrowForward, tr("Forward"), "forward", [this] { m_view->forward(); });
     button(QStyle::SP_BrowserReload, tr("Reload"), "reload", [this] { m_view->reload(); });
-    button(QStyle::SP_DirHomeIcon, tr("Home"), "home", [this] { m_view->load(m_home); });
+    // The style's home icon is a folder; a word says it better.
+    QToolButton* home = button(QStyle::SP_CustomBase, tr("Load the bank's home page again"), "home",
+                               [this] { m_view->load(m_home); });
+    home->setIcon(QIcon::fromTheme(QStringLiteral("go-home")));
+    home->setText(tr("Home"));
+    home->setToolButtonStyle(home->icon().isNull() ? Qt::ToolButtonTextOnly : Qt::ToolButtonTextBesideIcon);
     m_address->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_address->setForegroundRole(QPalette::PlaceholderText);
     bar->addSpacing(6);
@@ -88,9 +93,19 @@ BankWebView::BankWebView(const QString& userAgent, QWidget* parent)
     connect(m_profile, &QWebEngineProfile::downloadRequested, this, &BankWebView::download);
 }
 
+BankWebView::~BankWebView()
+{
+    // The page must go before the profile it was made on.
+    delete m_view;
+}
+
 void BankWebView::loadHome(const QUrl& home)
 {
+    const QUrl previous = m_home;
     m_home = home.isEmpty() ? ownPage("nourl") : home;
+    // One view serves every account: Back must not lead into another bank.
+    if (m_home != previous)
+        m_view->history()->clear();
     m_view->load(m_home);
 }
 

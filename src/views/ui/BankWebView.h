@@ -23,6 +23,7 @@ class BankWebView : public QWidget {
 
 public:
     BankWebView(const QString& userAgent, QWidget* parent = nullptr);
+    ~BankWebView() override;
 
     // Loads the home page now and whenever Home is pressed.
     void loadHome(const QUrl& home);
