@@ -83,22 +83,27 @@ struct OfxStatementReader::Private {
     // Statements repeat their days; reading each once keeps ICU off the hot path.
     std::unordered_map<int, std::optional<AbsoluteTime>> days;
     // Records share their key texts rather than holding one copy per entry.
+    // Statements use a few dozen tags; past that a file is not one, and its
+    // tags are not looked up among ever more known ones.
+    static constexpr std::size_t kMaxKeys = 128;
     std::vector<QString> keys;
 
-    const QString& key(QStringView tag)
+    QString key(QStringView tag)
     {
         for (const QString& known : keys) {
             if (known == tag)
                 return known;
         }
-        keys.push_back(tag.toString());
-        return keys.back();
+        QString fresh = tag.toString();
+        if (keys.size() < kMaxKeys)
+            keys.push_back(fresh);
+        return fresh;
     }
 };
 
 OfxStatementReader::OfxStatementReader() : d(std::make_unique<Private>())
 {
-    d->keys.reserve(64);
+    d->keys.reserve(Private::kMaxKeys);
 }
 
 OfxStatementReader::~OfxStatementReader() = default;
@@ -195,7 +200,7 @@ ValueDictionary OfxStatementReader::processTransString(QStringView text)
             if (auto amount = parseAmount(value))
                 record[kAmount] = Value(*amount);
         } else {
-            const QString& key = tag == u"NAME" ? kPayee : tag == u"FITID" ? kUniqueID : d->key(tag);
+            const QString key = tag == u"NAME" ? kPayee : tag == u"FITID" ? kUniqueID : d->key(tag);
             record[key] = value.contains(u'&') ? Value(decodeEntities(value)) : Value(SharedString::fromQString(value));
         }
     }
