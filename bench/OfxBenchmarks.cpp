@@ -1,6 +1,7 @@
 // Reading generated bank statements of 10,000 and 100,000 transactions in
 // both forms. Run a Release build: build-release/bin/bench_ofx.
 #include "exchange/OfxStatementReader.h"
+#include "exchange/OfxXmlTidy.h"
 
 #include <QByteArray>
 #include <benchmark/benchmark.h>
@@ -90,8 +91,20 @@ void BM_ReadStatement(benchmark::State& state)
     state.counters["peak_MB"] = peak / 1e3;
 }
 
+// The XML form's first step alone: printing it one element per line.
+void BM_TidyXml(benchmark::State& state)
+{
+    const QByteArray bytes = statement(state.range(0), Xml);
+    for (auto _ : state) {
+        auto tidied = OfxXmlTidy::prettyPrint(QByteArrayView(bytes));
+        benchmark::DoNotOptimize(tidied);
+    }
+    state.counters["file_MB"] = bytes.size() / 1e6;
+}
+
 } // namespace
 
+BENCHMARK(BM_TidyXml)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadStatement)
     ->ArgsProduct({{10000, 100000}, {Sgml, Xml}})
     ->ArgNames({"transactions", "xml"})

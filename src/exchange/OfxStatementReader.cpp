@@ -5,8 +5,9 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QStringDecoder>
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 #include <unordered_map>
 
 namespace qf {
@@ -30,6 +31,16 @@ qsizetype firstInvalidUtf8(QByteArrayView bytes)
     const qsizetype n = bytes.size();
     qsizetype i = 0;
     while (i < n) {
+        // Statements are mostly ASCII: skip it eight bytes at a time.
+        while (i + 8 <= n) {
+            std::uint64_t word;
+            std::memcpy(&word, p + i, 8);
+            if (word & 0x8080808080808080ull)
+                break;
+            i += 8;
+        }
+        if (i >= n)
+            break;
         const unsigned char c = p[i];
         int length = 0;
         char32_t min = 0;
@@ -119,26 +130,32 @@ Result<OfxStatementReader::Records> OfxStatementReader::readFile(const QString& 
 
 Result<OfxStatementReader::Records> OfxStatementReader::readData(QByteArrayView bytes)
 {
-    if (bytes.startsWith("\xEF\xBB\xBF"))
-        bytes = bytes.sliced(3);
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decoder(bytes);
-    if (decoder.hasError())
-        return Result<Records>::failure(QStringLiteral("The statement is not UTF-8 text"),
-                                        int(firstInvalidUtf8(bytes)));
-    return readText(text);
+    const qsizetype bom = bytes.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    bytes = bytes.sliced(bom);
+    if (const qsizetype bad = firstInvalidUtf8(bytes); bad >= 0)
+        return Result<Records>::failure(QStringLiteral("The statement is not UTF-8 text"), int(bom + bad));
+    // The XML form goes to the parser as it is, without a copy as text first.
+    if (bytes.contains("</TRNTYPE>"))
+        return readTidied(OfxXmlTidy::prettyPrint(bytes));
+    return readText(QString::fromUtf8(bytes));
 }
 
 Result<OfxStatementReader::Records> OfxStatementReader::readText(QStringView text)
 {
-    QString tidied;
-    if (isXmlForm(text)) {
-        Result<QString> printed = OfxXmlTidy::prettyPrint(text);
-        if (!printed)
-            return printed.error();
-        tidied = std::move(printed).value();
-        text = tidied;
-    }
+    if (isXmlForm(text))
+        return readTidied(OfxXmlTidy::prettyPrint(text));
+    return readLines(text);
+}
+
+Result<OfxStatementReader::Records> OfxStatementReader::readTidied(Result<QString> tidied)
+{
+    if (!tidied)
+        return tidied.error();
+    return readLines(*tidied);
+}
+
+OfxStatementReader::Records OfxStatementReader::readLines(QStringView text)
+{
     const QStringView list = bankTransactionList(text);
     if (list.isNull())
         return Records();

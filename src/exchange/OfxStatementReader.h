@@ -74,6 +74,9 @@ public:
     static std::optional<double> parseAmount(QStringView text);
 
 private:
+    Result<Records> readTidied(Result<QString> tidied);
+    Records readLines(QStringView text);
+
     struct Private;
     std::unique_ptr<Private> d;
 };

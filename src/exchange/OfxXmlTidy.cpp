@@ -19,17 +19,23 @@ bool isBlank(QStringView text)
 // a value never reads as a tag and a line break never splits a line.
 void appendEscaped(QString& out, QStringView text)
 {
-    for (QChar c : text) {
-        switch (c.unicode()) {
-        case u'&': out += QLatin1String("&amp;"); break;
-        case u'<': out += QLatin1String("&lt;"); break;
-        case u'>': out += QLatin1String("&gt;"); break;
-        case u'"': out += QLatin1String("&quot;"); break;
-        case u'\n': out += QLatin1String("&#10;"); break;
-        case u'\r': out += QLatin1String("&#13;"); break;
-        default: out += c;
+    qsizetype run = 0; // start of the stretch that needs no escape
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        QLatin1String escape;
+        switch (text[i].unicode()) {
+        case u'&': escape = QLatin1String("&amp;"); break;
+        case u'<': escape = QLatin1String("&lt;"); break;
+        case u'>': escape = QLatin1String("&gt;"); break;
+        case u'"': escape = QLatin1String("&quot;"); break;
+        case u'\n': escape = QLatin1String("&#10;"); break;
+        case u'\r': escape = QLatin1String("&#13;"); break;
+        default: continue;
         }
+        out += text.sliced(run, i - run);
+        out += escape;
+        run = i + 1;
     }
+    out += text.sliced(run);
 }
 
 class Printer {
@@ -37,9 +43,9 @@ public:
     explicit Printer(qsizetype sizeHint) { m_out.reserve(sizeHint + sizeHint / 4); }
 
     // False with the error set when the document is not well-formed.
-    bool run(const QString& text, qsizetype offset, Error& error)
+    bool run(const QByteArray& utf8, qsizetype offset, Error& error)
     {
-        QXmlStreamReader reader(text);
+        QXmlStreamReader reader(utf8);
         while (!reader.atEnd()) {
             switch (reader.readNext()) {
             case QXmlStreamReader::StartElement:
@@ -158,19 +164,33 @@ QStringView startTagName(QStringView tag)
 
 Result<QString> OfxXmlTidy::prettyPrint(QStringView text)
 {
-    const qsizetype start = text.indexOf(u'<');
+    return prettyPrint(text.toUtf8());
+}
+
+Result<QString> OfxXmlTidy::prettyPrint(QByteArrayView utf8)
+{
+    // The parser reads the bytes as UTF-8 only while no declaration names
+    // another encoding, so the <?xml?> declaration is skipped with the header.
+    qsizetype start = utf8.indexOf('<');
+    if (start >= 0 && utf8.sliced(start).startsWith("<?xml") && utf8.size() > start + 5 &&
+        QChar::isSpace(uchar(utf8[start + 5]))) {
+        const qsizetype end = utf8.indexOf("?>", start);
+        start = end < 0 ? -1 : utf8.indexOf('<', end);
+    }
     if (start < 0)
         return QString();
-    const QStringView body = text.sliced(start);
+    // Character offsets of errors count from the start of the text.
+    const qsizetype offset = QString::fromUtf8(utf8.first(start)).size();
+    const QByteArrayView body = utf8.sliced(start);
     Printer printer(body.size());
     Error error;
-    if (printer.run(body.toString(), start, error))
+    if (printer.run(QByteArray::fromRawData(body.data(), body.size()), offset, error))
         return printer.take();
     // The repaired text has other offsets; the first attempt's error tells
     // the user where the original went wrong.
     Printer repaired(body.size());
     Error ignored;
-    if (repaired.run(closeOpenLeaves(body), start, ignored))
+    if (repaired.run(closeOpenLeaves(QString::fromUtf8(body)).toUtf8(), offset, ignored))
         return repaired.take();
     return error;
 }

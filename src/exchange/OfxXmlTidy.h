@@ -2,6 +2,7 @@
 
 #include "common/Result.h"
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringView>
 
@@ -25,6 +26,7 @@ class OfxXmlTidy {
 public:
     static constexpr int kMaxDepth = 64;
 
+    static Result<QString> prettyPrint(QByteArrayView utf8);
     static Result<QString> prettyPrint(QStringView text);
 
     // Inserts the end tag of every element whose text is not followed by it:

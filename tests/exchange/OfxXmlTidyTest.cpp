@@ -16,6 +16,11 @@ TEST(OfxXmlTidy, PrintsOneElementPerLineAndKeepsTextEscaped)
     auto cut = OfxXmlTidy::prettyPrint(u"<A><B>1</B><C>2</C><D>3</");
     ASSERT_TRUE(cut.isOk());
     EXPECT_EQ(*cut, QStringLiteral("<A>\n<B>1</B>\n<C>2</C>\n<D>3\n"));
+    // The file was read as UTF-8; a declaration naming another encoding changes nothing.
+    auto declared = OfxXmlTidy::prettyPrint(QByteArrayView("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+                                                           "<NAME>B\xC3\xA4" "ckerei</NAME>"));
+    ASSERT_TRUE(declared.isOk());
+    EXPECT_EQ(*declared, QStringLiteral("<NAME>Bäckerei</NAME>\n"));
     auto nothing = OfxXmlTidy::prettyPrint(u"no markup at all");
     ASSERT_TRUE(nothing.isOk());
     EXPECT_TRUE(nothing->isEmpty());

@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTemporaryDir>
@@ -157,6 +158,12 @@ TEST_F(AccountOnlineControllerTest, TabsSwitchTheViewAndAreRememberedWithoutUndo
     pane->onlineController()->importStatementFile(QStringLiteral("/tmp/x.ofx"));
     ASSERT_EQ(handed.calls.size(), 1u);
     EXPECT_EQ(handed.calls[0].second, account);
+    // Editing the address above the tab shows the new one.
+    pane->editAccountInfo();
+    pane->findChild<QLineEdit*>(QStringLiteral("accountURL"))->setText(QStringLiteral("harbor.example"));
+    ASSERT_TRUE(pane->saveEditAccountInfo());
+    EXPECT_EQ(pane->onlineController()->findChild<QLabel*>(QStringLiteral("onlineAddress"))->text(),
+              QStringLiteral("http://harbor.example"));
 
     // Another vault and back: the account reopens on its last tab.
     ManagedObject* library = ledger.delegate().fetchVaultObjectsWithType(VaultType::MasterVault).front();

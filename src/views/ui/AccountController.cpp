@@ -401,6 +401,9 @@ bool AccountController::saveEditAccountInfo()
     // The new opening deposit, if one was made, belongs in the list.
     m_library.refresh();
     refreshInfoPanel();
+    // A new web address shows at once on the online tab.
+    if (parentWidget() == m_onlineView)
+        m_online->setupOnlinePane(m_vault);
     return true;
 }
 
