@@ -30,6 +30,7 @@ class AccountController : public QFrame {
 
 public:
     AccountController(Quillfen_AppDelegate& delegate, LibraryController& library, QWidget* parent = nullptr);
+    ~AccountController() override;
 
     // Scopes the list to the account (its own transactions and the bills from
     // or to it), restores the account's filters, range, sort and presentation,
@@ -61,9 +62,6 @@ Q_SIGNALS:
     void mainViewChanged(QWidget* view);
     // A statement from the bank's site, for the import its extension names.
     void statementDownloaded(const QString& path, qf::ManagedObject* account);
-
-public:
-    ~AccountController() override;
 
 private:
     QWidget* showTab(const QString& tab);
