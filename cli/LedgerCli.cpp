@@ -53,11 +53,18 @@ QString LedgerCli::usage()
         "  list [selection] [--json]    transactions: id, date, title, amount, status, tags\n"
         "  balance [selection]          count, total, incoming, outgoing\n"
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
+        "  export-csv FILE [selection]  the selection as CSV (UTF-16), title, date and amount\n"
+        "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
         "selection: [--vault ID|TITLE] [--where PREDICATE] [--search TEXT]\n"
         "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
         "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
         "           [--sort Date|Title|Amount|Tags]\n"
         "A FROM..TO range runs from 00:00 of FROM to 00:00 of TO, like the list's custom range.\n");
+}
+
+const QStringList& LedgerCli::selectionOptions()
+{
+    return kSelectionOptions;
 }
 
 int LedgerCli::fail(int code, const QString& message)
@@ -87,6 +94,10 @@ int LedgerCli::run(const CommandLine& line)
         return balance(line);
     if (command == QLatin1String("predicate"))
         return predicate(line);
+    if (command == QLatin1String("export-csv"))
+        return exportCsv(line);
+    if (command == QLatin1String("report"))
+        return report(line);
     if (command.isEmpty())
         return fail(BadUsage, QStringLiteral("no command given\n") + usage());
     return fail(BadUsage, QStringLiteral("unknown command \"%1\"\n").arg(command) + usage());

@@ -35,12 +35,16 @@ private:
     int list(const CommandLine& line);
     int balance(const CommandLine& line);
     int predicate(const CommandLine& line);
+    // In ExchangeCommands.cpp.
+    int exportCsv(const CommandLine& line);
+    int report(const CommandLine& line);
 
     // The transactions a selection shows, or an exit code on bad options.
     int select(const CommandLine& line, std::vector<ManagedObject*>* shown);
     ManagedObject* vaultNamed(const QString& idOrTitle, const QString& requiredType = {});
     ManagedObject* recordWithID(const QString& uniqueID);
     int fail(int code, const QString& message);
+    static const QStringList& selectionOptions();
 
     Quillfen_AppDelegate& m_delegate;
     QTextStream& m_out;

@@ -15,6 +15,8 @@ public:
 
     // A name with no sound file behind it plays nothing.
     virtual void play(const QString& name) = 0;
+    // The system alert for input refused without a message.
+    virtual void beep() {}
 
     static SoundPlayer& shared();
     // Null returns to silence.

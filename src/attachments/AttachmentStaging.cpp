@@ -122,6 +122,16 @@ const ValueDictionary* AttachmentStaging::rowWithID(const QString& uniqueID) con
     return it == m_rows.end() ? nullptr : &*it;
 }
 
+QString AttachmentStaging::currentPathOfAttachment(const QString& uniqueID) const
+{
+    const ValueDictionary* row = rowWithID(uniqueID);
+    if (!row)
+        return {};
+    const QString path = stringOf(*row, kPath);
+    const bool staged = std::any_of(m_newCurrentAttachments.begin(), m_newCurrentAttachments.end(), byID(uniqueID));
+    return staged ? path : m_delegate.obtainAttachmentPathFrom(path);
+}
+
 std::vector<AttachmentFileFailure> AttachmentStaging::applyStagedChanges()
 {
     std::vector<AttachmentFileFailure> failures;

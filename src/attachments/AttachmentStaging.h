@@ -57,6 +57,9 @@ public:
     // The rows as shown: filtered, in the order they were added.
     std::vector<ValueDictionary> arrangedRows() const;
     const ValueDictionary* rowWithID(const QString& uniqueID) const;
+    // Where a row's file is now: a staged addition where it was picked, a
+    // stored attachment under the current data folder. Empty for no such row.
+    QString currentPathOfAttachment(const QString& uniqueID) const;
 
     const std::vector<ValueDictionary>& currentAttachments() const { return m_currentAttachments; }
     const std::vector<ValueDictionary>& newCurrentAttachments() const { return m_newCurrentAttachments; }

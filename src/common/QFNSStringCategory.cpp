@@ -11,6 +11,7 @@
 #include <QList>
 #include <QProcess>
 #include <QStandardPaths>
+#include <utility>
 
 namespace qf {
 
@@ -258,6 +259,60 @@ QStringList QFNSStringCategory::localizeStringsInArray(const QStringList& texts)
     for (const QString& text : texts)
         localized << QCoreApplication::translate("QFNSStringCategory", text.toUtf8().constData());
     return localized;
+}
+
+QString QFNSStringCategory::CSVStringFromArray(const QList<QStringList>& rows)
+{
+    QString text;
+    for (const QStringList& row : rows)
+        text += row.join(QLatin1Char(',')) + QLatin1Char('\r');
+    return text;
+}
+
+namespace {
+
+QList<QStringView> csvLines(const QString& text)
+{
+    QList<QStringView> lines;
+    qsizetype start = 0;
+    for (qsizetype i = 0; i <= text.size(); ++i) {
+        if (i == text.size() || text[i] == QLatin1Char('\r') || text[i] == QLatin1Char('\n')) {
+            lines.append(QStringView(text).mid(start, i - start));
+            start = i + 1;
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
+int QFNSStringCategory::columnsFromCSVString(const QString& text)
+{
+    return static_cast<int>(csvLines(text).first().count(QLatin1Char(','))) + 1;
+}
+
+std::optional<QStringList> QFNSStringCategory::valuesFromCSVStringFromColumn(const QString& text, int column,
+                                                                             CSVHeader header)
+{
+    if (column < 1)
+        return std::nullopt;
+    QStringList values;
+    bool skipHeader = header == CSVHeader::FirstLine;
+    for (QStringView line : csvLines(text)) {
+        if (line.isEmpty())
+            continue;
+        if (std::exchange(skipHeader, false))
+            continue;
+        const QList<QStringView> cells = line.split(QLatin1Char(','));
+        if (cells.size() < column)
+            return std::nullopt;
+        QString value = cells[column - 1].toString().remove(QLatin1Char('"'));
+        if (value.startsWith(QLatin1Char(' ')))
+            value.remove(0, 1);
+        if (!value.isEmpty())
+            values.append(value);
+    }
+    return values;
 }
 
 } // namespace qf

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 #include <QStringView>
+#include <optional>
 
 namespace qf {
 
@@ -72,6 +73,21 @@ public:
     static QString stringFromFilePath(const QString& path);
     // Each text through the interface's translation.
     static QStringList localizeStringsInArray(const QStringList& texts);
+
+    // Comma-separated text without quoting, for tools that read simple tables.
+    enum class CSVHeader { Absent, FirstLine };
+    // Each row's cells joined by "," and ended by a CR.
+    static QString CSVStringFromArray(const QList<QStringList>& rows);
+    // Comma-separated pieces of the first line (up to the first CR or LF);
+    // 1 for an empty text.
+    static int columnsFromCSVString(const QString& text);
+    // The cells of a column (counted from 1) line by line, blank lines
+    // skipped, each with every double quote removed and one leading space
+    // dropped; cells left empty are left out. The header is the first
+    // non-blank line. None when a column below 1 is asked for or when a line
+    // has fewer cells than the column.
+    static std::optional<QStringList> valuesFromCSVStringFromColumn(const QString& text, int column,
+                                                                    CSVHeader header);
 };
 
 } // namespace qf

@@ -3,7 +3,6 @@
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
-#include "common/Predicate.h"
 #include "common/QFNSStringCategory.h"
 #include "editing/TransactionRecords.h"
 #include "planning/Recurrence.h"
@@ -13,7 +12,6 @@
 #include "store/UndoManager.h"
 
 #include <QDir>
-#include <QSet>
 #include <algorithm>
 #include <cmath>
 
@@ -308,24 +306,7 @@ ManagedObject* TransEditForm::confirmReoccurence()
 
 QStringList TransEditForm::hintsForKey(const QString& key, const QString& text, qsizetype partialWordStart) const
 {
-    const Result<Predicate> wanted =
-        Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
-    if (!wanted)
-        return {};
-    QStringList hints;
-    QSet<QString> seen;
-    for (ManagedObject* record : m_delegate.fetchAllTransObjects()) {
-        const Value value = record->valueForKey(key);
-        if (!value.isString())
-            continue;
-        const QString title = value.toString();
-        if (seen.contains(title))
-            continue;
-        seen.insert(title);
-        if (wanted->evaluate(value))
-            hints.append(title.mid(partialWordStart));
-    }
-    return hints;
+    return TransactionRecords::hintsForKey(m_delegate.fetchAllTransObjects(), key, text, partialWordStart);
 }
 
 QString TransEditForm::attachmentsFolder() const

@@ -1,9 +1,11 @@
 #include "editing/TransactionRecords.h"
 
+#include "common/Predicate.h"
 #include "planning/Recurrence.h"
 #include "store/ManagedObjectContext.h"
 #include "store/RecordEnvironment.h"
 
+#include <QSet>
 #include <cmath>
 
 namespace qf {
@@ -41,6 +43,29 @@ QString TransactionRecords::keywordString(const QStringList& tags)
             kept.append(tag.trimmed());
     }
     return kept.join(QStringLiteral(", "));
+}
+
+QStringList TransactionRecords::hintsForKey(const std::vector<ManagedObject*>& transactions, QStringView key,
+                                            const QString& text, qsizetype partialWordStart)
+{
+    const Result<Predicate> wanted =
+        Predicate::parse(u"SELF beginswith[cd] %@ AND SELF != %@", {Value(text), Value(text)});
+    if (!wanted)
+        return {};
+    QStringList hints;
+    QSet<QString> seen;
+    for (ManagedObject* record : transactions) {
+        const Value value = record->valueForKey(key);
+        if (!value.isString())
+            continue;
+        const QString title = value.toString();
+        if (seen.contains(title))
+            continue;
+        seen.insert(title);
+        if (wanted->evaluate(value))
+            hints.append(title.mid(partialWordStart));
+    }
+    return hints;
 }
 
 ManagedObject* TransactionRecords::insert(ManagedObjectContext& context, const RecordEnvironment& environment,

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <optional>
+#include <vector>
 
 namespace qf {
 
@@ -38,6 +39,12 @@ public:
     static double signedAmount(double amount, const std::optional<QString>& type);
     // Tags joined by ", " in the order given, empty ones dropped.
     static QString keywordString(const QStringList& tags);
+
+    // Earlier values of the key (trans_title) among the transactions that
+    // begin with the text, ignoring case and diacritics, other than the text
+    // itself, each from partialWordStart on; first-seen order, each once.
+    static QStringList hintsForKey(const std::vector<ManagedObject*>& transactions, QStringView key,
+                                   const QString& text, qsizetype partialWordStart);
 
     static ManagedObject* insert(ManagedObjectContext& context, const RecordEnvironment& environment,
                                  const TransactionDraft& draft);

@@ -1,63 +1,12 @@
+#include "cli/CliFixture.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-namespace {
-
-struct CliRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-// Drives quillfen-cli in a home of its own, so no run touches real settings.
-class Cli : public ::testing::Test {
-protected:
-    QTemporaryDir home;
-
-    QString dataDir() const { return home.path() + QStringLiteral("/ledger"); }
-
-    CliRun run(QStringList arguments, const QString& locale = QStringLiteral("en_US"))
-    {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), home.path());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path() + QStringLiteral("/config"));
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.path() + QStringLiteral("/data"));
-        process.setProcessEnvironment(env);
-        arguments = QStringList{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("--locale"), locale} + arguments;
-        process.start(QStringLiteral(QUILLFEN_CLI_PATH), arguments);
-        process.waitForFinished(60000);
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
-    }
-
-    QString add(const QStringList& arguments)
-    {
-        const CliRun r = run(QStringList{QStringLiteral("add")} + arguments);
-        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
-        return r.out.trimmed();
-    }
-
-    // Lines of `list`, each reduced to title, amount, status and tags.
-    QStringList listed(const QStringList& selection)
-    {
-        const CliRun r = run(QStringList{QStringLiteral("list")} + selection);
-        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
-        QStringList rows;
-        for (const QString& line : r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-            const QStringList f = line.split(QLatin1Char('\t'));
-            if (f.size() == 6)
-                rows << QStringList{f[2], f[3], f[4], f[5]}.join(QLatin1Char('|'));
-        }
-        return rows;
-    }
-};
-
-} // namespace
+using qf::test::Cli;
+using qf::test::CliRun;
 
 TEST_F(Cli, FreshFolderGetsTheThreeFixedVaults)
 {

@@ -34,7 +34,7 @@ QStringList glyphNames()
             QStringLiteral("remove"),      QStringLiteral("edit"),            QStringLiteral("lock-closed"),
             QStringLiteral("lock-open"),   QStringLiteral("attachment"),      QStringLiteral("reconcile"),
             QStringLiteral("pay"),         QStringLiteral("share"),           QStringLiteral("view-list"),
-            QStringLiteral("view-icons")};
+            QStringLiteral("view-icons"),  QStringLiteral("transfer")};
 }
 
 QStringList allNames()

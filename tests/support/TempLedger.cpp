@@ -1,6 +1,7 @@
 #include "support/TempLedger.h"
 
 #include "app/UserDefaults.h"
+#include "editing/AccountRecords.h"
 #include "editing/TransactionRecords.h"
 #include "store/ManagedObjectContext.h"
 
@@ -34,6 +35,13 @@ ManagedObjectContext& TempLedger::launch()
     ManagedObjectContext& c = context();
     m_delegate->applicationDidFinishLaunching();
     return c;
+}
+
+ManagedObject* TempLedger::addAccount(const QString& title)
+{
+    AccountDetails details;
+    details.title = title;
+    return AccountRecords::createAccount(context(), *m_delegate, details);
 }
 
 ManagedObject* TempLedger::addTransaction(const QString& title, double amount, const QString& keywords,

@@ -23,6 +23,8 @@ public:
     // A fresh delegate on the same folder, as after a restart.
     void reopen();
 
+    // An account with the title and every other detail left empty.
+    ManagedObject* addAccount(const QString& title);
     ManagedObject* addTransaction(const QString& title, double amount, const QString& keywords = {},
                                   AbsoluteTime date = 800000000.0);
 

@@ -9,6 +9,7 @@
 #include "support/TempLedger.h"
 #include "sync/PasswordFileStore.h"
 #include "sync/ZRKeychain.h"
+#include "ui/WidgetTestSupport.h"
 #include "views/ui/LibraryController.h"
 #include "views/ui/SourceController.h"
 #include "views/ui/TransactionTableModel.h"
@@ -30,20 +31,13 @@
 #include <gtest/gtest.h>
 
 using namespace qf;
+using qf::test::menuAction;
+using qf::test::RecordingPlayer;
 using qf::test::TempLedger;
 using qf::test::waitUntil;
 namespace Db = DatabasePasswordItem;
 
 namespace {
-
-class RecordingPlayer final : public SoundPlayer {
-public:
-    explicit RecordingPlayer(QStringList& played) : m_played(played) {}
-    void play(const QString& name) override { m_played << name; }
-
-private:
-    QStringList& m_played;
-};
 
 class PreferencesAndLockTest : public ::testing::Test {
 protected:
@@ -77,19 +71,6 @@ protected:
         ASSERT_TRUE(ZRKeychain::addKeychainItem(Db::itemName, Db::itemKind, Db::username, password));
     }
     static int items() { return ZRKeychain::checkForExistanceOfKeychainItem(Db::itemName, Db::itemKind, Db::username); }
-
-    static QAction* menuAction(MainWindow& window, const QString& menuTitle, const QString& text)
-    {
-        for (QAction* top : window.menuBar()->actions()) {
-            if (top->text() != menuTitle)
-                continue;
-            for (QAction* action : top->menu()->actions()) {
-                if (action->text() == text)
-                    return action;
-            }
-        }
-        return nullptr;
-    }
 };
 
 } // namespace

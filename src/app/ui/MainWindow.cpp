@@ -4,6 +4,10 @@
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "exchange/ui/CSVExportPanel.h"
+#include "exchange/ui/PrintingController.h"
+#include "editing/ui/AccountTransferController.h"
+#include "editing/ui/TransMultiEditController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -62,6 +66,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
+    connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);
@@ -77,6 +82,9 @@ void MainWindow::buildMenus()
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
+    file->addSeparator();
+    file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
+    file->addAction(tr("Print…"), QKeySequence::Print, this, &MainWindow::print);
     file->addSeparator();
     m_lockDatabase = file->addAction(tr("Lock Database"), this, [this] { m_lockPanel->lockDatabase(); });
     connect(file, &QMenu::aboutToShow, this, [this] {
@@ -110,6 +118,10 @@ void MainWindow::buildMenus()
     transactions->addAction(tr("Duplicate"), QKeySequence(Qt::CTRL | Qt::Key_D), this, [this] { m_library->duplicate(); });
     transactions->addAction(tr("Mark as Pending"), this, [this] { m_library->markAsPending(); });
     transactions->addAction(tr("Reconcile…"), this, [this] { m_library->reconcileSelected(); });
+    transactions->addSeparator();
+    m_editSelected = transactions->addAction(tr("Edit Selected Transactions…"), this,
+                                             [this] { editTransactions(m_library->selectedTransactions()); });
+    transactions->addAction(tr("Transfer…"), this, &MainWindow::openTransfer);
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
     m_iconSize = view->addAction(m_source->toggleIconSizeTitle(), this, [this] { m_source->toggleVaultIconSize(); });
@@ -179,6 +191,7 @@ void MainWindow::updateCommands()
     m_undo->setEnabled(undo.canUndo());
     m_redo->setEnabled(undo.canRedo());
     m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
+    m_editSelected->setEnabled(m_views->currentWidget() == m_library && m_library->selectedTransaction());
 }
 
 void MainWindow::undo()
@@ -220,6 +233,21 @@ PreferencesController* MainWindow::openPreferences()
     return m_preferences;
 }
 
+TransMultiEditController* MainWindow::editTransactions(const std::vector<ManagedObject*>& records)
+{
+    if (!m_multiEdit)
+        m_multiEdit = new TransMultiEditController(m_delegate, m_library, this);
+    return m_multiEdit->editTransObjects(records) ? m_multiEdit : nullptr;
+}
+
+AccountTransferController* MainWindow::openTransfer()
+{
+    if (!m_transfer)
+        m_transfer = new AccountTransferController(m_delegate, m_library, this);
+    m_transfer->loadTransferPanelWithVaultObject(m_views->currentWidget() == m_library ? m_library->vault() : nullptr);
+    return m_transfer;
+}
+
 void MainWindow::openAboutBox()
 {
     QMessageBox::about(this, tr("About Quillfen"),
@@ -251,6 +279,18 @@ void MainWindow::closeEvent(QCloseEvent* event)
     }
     m_delegate.applicationWillTerminate();
     event->accept();
+}
+
+void MainWindow::exportCSV()
+{
+    CSVExportPanel::exportCSV(this, m_delegate, m_source->selectedVaultObject(), m_library->arrangedTransObjects());
+}
+
+void MainWindow::print()
+{
+    if (!m_printing)
+        m_printing = new PrintingController(m_delegate, this);
+    m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
 }
 
 } // namespace qf

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <vector>
 
 class QAction;
 class QLabel;
@@ -9,13 +10,16 @@ class QStackedWidget;
 namespace qf {
 
 class AccountController;
+class AccountTransferController;
 class FolderController;
 class LibraryController;
 class LockPanelController;
 class ManagedObject;
 class PreferencesController;
+class PrintingController;
 class Quillfen_AppDelegate;
 class SourceController;
+class TransMultiEditController;
 
 // The main window: the source list on the left, the selected vault's view on
 // the right, the balance line below, and the menus. Quitting goes through the
@@ -32,6 +36,13 @@ public:
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
 
+    // The sheet that changes several transactions at once, opened on the
+    // records; null, and nothing opened, for none. Made on first use and kept.
+    TransMultiEditController* editTransactions(const std::vector<ManagedObject*>& records);
+    // The transfer sheet, opened with the vault the list shows (none when
+    // another view is shown). Made on first use and kept.
+    AccountTransferController* openTransfer();
+
     // First fill after launching, and again after a search-index file was opened.
     void setupSourceList();
 
@@ -47,6 +58,8 @@ private:
     void redo();
     void save();
     void openAboutBox();
+    void exportCSV();
+    void print();
 
     Quillfen_AppDelegate& m_delegate;
     SourceController* m_source;
@@ -60,10 +73,14 @@ private:
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
     QAction* m_removeVault = nullptr;
+    QAction* m_editSelected = nullptr;
     QAction* m_iconSize = nullptr;
     QAction* m_lockDatabase = nullptr;
     LockPanelController* m_lockPanel = nullptr;
     PreferencesController* m_preferences = nullptr;
+    PrintingController* m_printing = nullptr;
+    TransMultiEditController* m_multiEdit = nullptr;
+    AccountTransferController* m_transfer = nullptr;
     bool m_refreshing = false;
 };
 

@@ -1,5 +1,6 @@
 #include "app/ui/SystemSoundPlayer.h"
 
+#include <QApplication>
 #include <QHash>
 #include <QUrl>
 
@@ -16,6 +17,8 @@ namespace {
 // not wait for the file to load again.
 class EffectSoundPlayer final : public SoundPlayer {
 public:
+    void beep() override { QApplication::beep(); }
+
     ~EffectSoundPlayer() override { qDeleteAll(m_effects); }
 
     void play(const QString& name) override
@@ -39,9 +42,11 @@ private:
 };
 #endif
 
+// Without sound files the system beep still sounds.
 class SilentPlayer final : public SoundPlayer {
 public:
     void play(const QString&) override {}
+    void beep() override { QApplication::beep(); }
 };
 
 } // namespace

@@ -105,6 +105,12 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
     m_filesButton->setPopupMode(QToolButton::InstantPopup);
     m_filesButton->setMenu(new QMenu(this));
     bar->addWidget(m_filesButton);
+    auto* transfer = new QToolButton(this);
+    transfer->setObjectName(QStringLiteral("transferButton"));
+    transfer->setIcon(quillfenIcon(QStringLiteral("transfer")));
+    transfer->setToolTip(tr("Transfer Between Accounts"));
+    connect(transfer, &QToolButton::clicked, this, &LibraryController::transferRequested);
+    bar->addWidget(transfer);
 
     m_search->setPlaceholderText(tr("Search"));
     m_search->setClearButtonEnabled(true);

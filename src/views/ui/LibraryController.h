@@ -83,6 +83,8 @@ Q_SIGNALS:
     void balancesChanged(const QString& line);
     // Return or a double click on a transaction, in either presentation.
     void transactionActivated(qf::ManagedObject* transaction);
+    // The list's Transfer button: money is to move between accounts.
+    void transferRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
