@@ -5,6 +5,8 @@
 #include "app/Quillfen_AppDelegate.h"
 #include "app/UserDefaults.h"
 #include "common/AmountFormatter.h"
+#include "exchange/QFQIFParser.h"
+#include "exchange/QIFImport.h"
 #include "store/ManagedObjectContext.h"
 #include "store/StoreOpener.h"
 #include "store/VaultLibrary.h"
@@ -14,6 +16,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 #include <fstream>
@@ -225,8 +228,82 @@ void BM_Insert100kAndSave(benchmark::State& state)
     }
 }
 
+// A bank's QIF export: apostrophe years, padded days, payees from a few
+// thousand, a memo on every third record and a split on every tenth.
+QString generatedQif(int transactions)
+{
+    QRandomGenerator random(20261121);
+    QString text = QStringLiteral("!Type:Bank\r\n");
+    text.reserve(transactions * 80);
+    for (int i = 0; i < transactions; ++i) {
+        const QDate day = QDate(2004, 1, 1).addDays(i / 40);
+        const double cents = double(random.bounded(-50000, 20000));
+        text += QStringLiteral("D%1/%2'%3\r\nT%4\r\nPPayee %5\r\n")
+                    .arg(day.month())
+                    .arg(day.day(), 2, 10, QLatin1Char(' '))
+                    .arg(day.year() % 100, 2, 10, QLatin1Char('0'))
+                    .arg(cents / 100.0, 0, 'f', 2)
+                    .arg(random.bounded(3000));
+        if (i % 3 == 0)
+            text += QStringLiteral("MInvoice %1\r\n").arg(i);
+        if (i % 10 == 0)
+            text += QStringLiteral("SFood\r\nEGroceries\r\n$-1.00\r\nSHome\r\n$-2.00\r\n");
+        text += QStringLiteral("LCategory\r\n^\r\n");
+    }
+    return text;
+}
+
+void BM_QifParse(benchmark::State& state)
+{
+    const QString text = generatedQif(int(state.range(0)));
+    QFQIFParser parser;
+    std::size_t records = 0;
+    long rss = 0;
+    for (auto _ : state) {
+        const long before = residentKilobytes();
+        parser.setQifString(text);
+        parser.setNewDateFormat(QStringLiteral("%m/%d'%y"));
+        const auto list = parser.listOfTransactions();
+        records = list.size();
+        rss = std::max(rss, residentKilobytes() - before);
+    }
+    state.counters["records"] = double(records);
+    state.counters["file_MB"] = double(text.size()) / 1e6; // ASCII: one byte a character
+    state.counters["rss_growth_MB"] = double(rss) / 1024.0;
+}
+
+// A statement of range(0) records into the 1,000,000-transaction ledger:
+// sample date, records, insertion and the save.
+void BM_QifImportAndSave(benchmark::State& state)
+{
+    QTemporaryDir qifDir;
+    const QString qifPath = qifDir.path() + QStringLiteral("/statement.qif");
+    QFile file(qifPath);
+    if (!file.open(QIODevice::WriteOnly) || file.write(generatedQif(int(state.range(0))).toLatin1()) < 0)
+        qFatal("cannot write the statement");
+    file.close();
+    for (auto _ : state) {
+        state.PauseTiming();
+        QTemporaryDir dir;
+        auto delegate = openCopy(1000000, dir);
+        ManagedObjectContext& context = *delegate->managedObjectContext();
+        const QString accountID =
+            VaultLibrary::vaultsOfType(context, VaultType::Account).front()->valueForKey(u"vault_uniqueID").toString();
+        state.ResumeTiming();
+        QIFImport import;
+        if (Status s = import.loadQIFFile(qifPath); !s)
+            state.SkipWithError(qPrintable(s.message()));
+        import.prepareQIFTransactions(QStringLiteral("%m/%d'%y"));
+        QIFImport::insertTransactions(context, *delegate, import.QIFTransactions(), accountID);
+        if (Status s = delegate->saveAction(); !s)
+            state.SkipWithError(qPrintable(s.message()));
+    }
+}
+
 } // namespace
 
+BENCHMARK(BM_QifParse)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_QifImportAndSave)->Arg(1000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(2);
 BENCHMARK(BM_OpenAndLibraryBalance)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_TextIndexBuild)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LibrarySearchWithoutIndex)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);

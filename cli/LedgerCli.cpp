@@ -1,6 +1,7 @@
 #include "LedgerCli.h"
 
 #include "CliFormat.h"
+#include "ImportQifCommand.h"
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
 #include "common/Money.h"
@@ -55,6 +56,8 @@ QString LedgerCli::usage()
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
         "  export-csv FILE [selection]  the selection as CSV (UTF-16), title, date and amount\n"
         "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
+        "  import-qif FILE --date-order Month/Day/Year|Day/Month/Year|... [--account ID|TITLE]\n"
+        "                               import every record of a QIF file; prints how many\n"
         "selection: [--vault ID|TITLE] [--where PREDICATE] [--search TEXT]\n"
         "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
         "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
@@ -98,6 +101,8 @@ int LedgerCli::run(const CommandLine& line)
         return exportCsv(line);
     if (command == QLatin1String("report"))
         return report(line);
+    if (command == QLatin1String("import-qif"))
+        return importQifCommand(m_delegate, line, m_out, m_err);
     if (command.isEmpty())
         return fail(BadUsage, QStringLiteral("no command given\n") + usage());
     return fail(BadUsage, QStringLiteral("unknown command \"%1\"\n").arg(command) + usage());

@@ -93,15 +93,22 @@ ManagedObject* TransactionRecords::insert(ManagedObjectContext& context, const R
     return record;
 }
 
-ManagedObject* TransactionRecords::insertPending(ManagedObjectContext& context, const RecordEnvironment& environment,
-                                                 const ValueDictionary& values, AbsoluteTime date)
+ManagedObject* TransactionRecords::insertWithValues(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                                    const ValueDictionary& values)
 {
     ManagedObject* record = context.insertNewObject(trans());
     for (const auto& [key, value] : values)
         record->setValueForKey(key, value);
+    set(record, u"trans_uniqueID", Value(environment.createUniqueID()));
+    return record;
+}
+
+ManagedObject* TransactionRecords::insertPending(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                                 const ValueDictionary& values, AbsoluteTime date)
+{
+    ManagedObject* record = insertWithValues(context, environment, values);
     set(record, u"trans_isPending", Value::boolean(true));
     set(record, u"trans_date", Value::date(date));
-    set(record, u"trans_uniqueID", Value(environment.createUniqueID()));
     return record;
 }
 

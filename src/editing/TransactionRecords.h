@@ -64,6 +64,12 @@ public:
     static ManagedObject* insertNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
                                                ManagedObject& record, AbsoluteTime due);
 
+    // A transaction made from handed-in values: the values of stored keys
+    // are written, then a new identifier. Keys that are not stored are
+    // ignored; every other attribute stays unset.
+    static ManagedObject* insertWithValues(ManagedObjectContext& context, const RecordEnvironment& environment,
+                                           const ValueDictionary& values);
+
     // A pending transaction made from handed-in values (the pending sheet):
     // the values of stored keys are written, then trans_isPending YES, the
     // date picked and a new identifier. Keys that are not stored are ignored.

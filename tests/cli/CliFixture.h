@@ -1,17 +1,12 @@
 #pragma once
 
-#include <QProcess>
+#include "support/CliRun.h"
+
 #include <QStringList>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace qf::test {
-
-struct CliRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
 
 // Drives quillfen-cli in a home of its own, so no run touches real settings.
 class Cli : public ::testing::Test {
@@ -20,19 +15,9 @@ protected:
 
     QString dataDir() const { return home.path() + QStringLiteral("/ledger"); }
 
-    CliRun run(QStringList arguments, const QString& locale = QStringLiteral("en_US"))
+    CliRun run(const QStringList& arguments, const QString& locale = QStringLiteral("en_US"))
     {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), home.path());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path() + QStringLiteral("/config"));
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.path() + QStringLiteral("/data"));
-        process.setProcessEnvironment(env);
-        arguments = QStringList{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("--locale"), locale} + arguments;
-        process.start(QStringLiteral(QUILLFEN_CLI_PATH), arguments);
-        process.waitForFinished(60000);
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        return runCli(home.path(), dataDir(), arguments, locale);
     }
 
     QString add(const QStringList& arguments)

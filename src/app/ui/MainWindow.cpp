@@ -8,6 +8,7 @@
 #include "exchange/ui/PrintingController.h"
 #include "editing/ui/AccountTransferController.h"
 #include "editing/ui/TransMultiEditController.h"
+#include "exchange/ui/QIFController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -81,6 +82,8 @@ void MainWindow::buildMenus()
                     [this] { m_source->newVault(VaultType::Playlist); });
     file->addAction(tr("New Smart Folder…"), this, [this] { m_source->newVault(VaultType::SmartPlaylist); });
     file->addSeparator();
+    file->addAction(tr("Import QIF…"), this,
+                    [this] { qifController()->loadImportQIFPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
     file->addSeparator();
     file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
@@ -291,6 +294,13 @@ void MainWindow::print()
     if (!m_printing)
         m_printing = new PrintingController(m_delegate, this);
     m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
+QIFController* MainWindow::qifController()
+{
+    if (!m_qif) {
+        m_qif = new QIFController(m_delegate, this);
+        connect(m_qif, &QIFController::importFinished, m_source, &SourceController::selectControllerWithID);
+    }
+    return m_qif;
 }
 
 } // namespace qf

@@ -17,6 +17,7 @@ class LockPanelController;
 class ManagedObject;
 class PreferencesController;
 class PrintingController;
+class QIFController;
 class Quillfen_AppDelegate;
 class SourceController;
 class TransMultiEditController;
@@ -35,6 +36,8 @@ public:
     LockPanelController* lockPanel() const { return m_lockPanel; }
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
+    // The import sheet, made on first use and kept; the OFX route enters it too.
+    QIFController* qifController();
 
     // The sheet that changes several transactions at once, opened on the
     // records; null, and nothing opened, for none. Made on first use and kept.
@@ -81,6 +84,7 @@ private:
     PrintingController* m_printing = nullptr;
     TransMultiEditController* m_multiEdit = nullptr;
     AccountTransferController* m_transfer = nullptr;
+    QIFController* m_qif = nullptr;
     bool m_refreshing = false;
 };
 
