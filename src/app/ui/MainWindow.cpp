@@ -8,6 +8,8 @@
 #include "exchange/ui/PrintingController.h"
 #include "editing/ui/AccountTransferController.h"
 #include "editing/ui/TransMultiEditController.h"
+#include "exchange/StatementDownload.h"
+#include "exchange/ui/OFXController.h"
 #include "exchange/ui/QIFController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -65,6 +67,12 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
+    connect(m_account, &AccountController::statementDownloaded, this, [this](const QString& path, ManagedObject* account) {
+        if (StatementDownload::routeForPath(path) == StatementRoute::Qif)
+            qifController()->loadImportQIFPanelWithQIFFile(path, account);
+        else
+            ofxController()->loadImportOFXPanelWithQIFFile(path, account);
+    });
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
     connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
@@ -84,6 +92,8 @@ void MainWindow::buildMenus()
     file->addSeparator();
     file->addAction(tr("Import QIF…"), this,
                     [this] { qifController()->loadImportQIFPanelWithVaultObject(m_source->selectedVaultObject()); });
+    file->addAction(tr("Import OFX…"), this,
+                    [this] { ofxController()->loadImportOFXPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Save"), QKeySequence::Save, this, &MainWindow::save);
     file->addSeparator();
     file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
@@ -294,6 +304,8 @@ void MainWindow::print()
     if (!m_printing)
         m_printing = new PrintingController(m_delegate, this);
     m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
+}
+
 QIFController* MainWindow::qifController()
 {
     if (!m_qif) {
@@ -301,6 +313,13 @@ QIFController* MainWindow::qifController()
         connect(m_qif, &QIFController::importFinished, m_source, &SourceController::selectControllerWithID);
     }
     return m_qif;
+}
+
+OFXController* MainWindow::ofxController()
+{
+    if (!m_ofx)
+        m_ofx = new OFXController(*qifController(), this);
+    return m_ofx;
 }
 
 } // namespace qf

@@ -17,6 +17,7 @@ class LockPanelController;
 class ManagedObject;
 class PreferencesController;
 class PrintingController;
+class OFXController;
 class QIFController;
 class Quillfen_AppDelegate;
 class SourceController;
@@ -38,6 +39,7 @@ public:
     PreferencesController* openPreferences();
     // The import sheet, made on first use and kept; the OFX route enters it too.
     QIFController* qifController();
+    OFXController* ofxController();
 
     // The sheet that changes several transactions at once, opened on the
     // records; null, and nothing opened, for none. Made on first use and kept.
@@ -85,6 +87,7 @@ private:
     TransMultiEditController* m_multiEdit = nullptr;
     AccountTransferController* m_transfer = nullptr;
     QIFController* m_qif = nullptr;
+    OFXController* m_ofx = nullptr;
     bool m_refreshing = false;
 };
 
