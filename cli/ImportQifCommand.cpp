@@ -1,10 +1,10 @@
 #include "ImportQifCommand.h"
 
+#include "ImportTarget.h"
 #include "LedgerCli.h"
 #include "app/Quillfen_AppDelegate.h"
 #include "exchange/DateOrderPattern.h"
 #include "exchange/QIFImport.h"
-#include "store/VaultLibrary.h"
 
 namespace qf::cli {
 
@@ -25,16 +25,9 @@ int importQifCommand(Quillfen_AppDelegate& delegate, const CommandLine& line, QT
         return fail(BadUsage, QStringLiteral("--date-order must be one of %1")
                                   .arg(DateOrderPattern::orderTitles().join(QStringLiteral(", "))));
 
-    QString accountID;
-    if (line.has(accountOption)) {
-        const QString name = line.value(accountOption);
-        ManagedObject* vault = delegate.fetchVaultObjectWithID(name);
-        if (!vault)
-            vault = delegate.fetchVaultObjectWithName(name);
-        if (!QIFImport::targetForSelectedVault(vault))
-            return fail(Failure, QStringLiteral("no account \"%1\"").arg(name));
-        accountID = vault->valueForKey(u"vault_uniqueID").toString();
-    }
+    const Result<QString> accountID = importTargetAccountID(delegate, line);
+    if (!accountID)
+        return fail(Failure, accountID.message());
 
     QIFImport import;
     if (Status loaded = import.loadQIFFile(line.positional().first()); !loaded)
@@ -46,7 +39,7 @@ int importQifCommand(Quillfen_AppDelegate& delegate, const CommandLine& line, QT
             import.prepareQIFTransactions(*pattern);
     }
     const auto made = QIFImport::insertTransactions(*delegate.managedObjectContext(), delegate,
-                                                    import.QIFTransactions(), accountID);
+                                                    import.QIFTransactions(), *accountID);
     out << made.size() << Qt::endl;
     return Success;
 }

@@ -1,6 +1,7 @@
 #include "LedgerCli.h"
 
 #include "CliFormat.h"
+#include "ImportOfxCommand.h"
 #include "ImportQifCommand.h"
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
@@ -58,6 +59,8 @@ QString LedgerCli::usage()
         "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
         "  import-qif FILE --date-order Month/Day/Year|Day/Month/Year|... [--account ID|TITLE]\n"
         "                               import every record of a QIF file; prints how many\n"
+        "  import-ofx FILE [--account ID|TITLE]\n"
+        "                               import every transaction of an OFX or QFX statement; prints how many\n"
         "selection: [--vault ID|TITLE] [--where PREDICATE] [--search TEXT]\n"
         "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
         "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
@@ -103,6 +106,8 @@ int LedgerCli::run(const CommandLine& line)
         return report(line);
     if (command == QLatin1String("import-qif"))
         return importQifCommand(m_delegate, line, m_out, m_err);
+    if (command == QLatin1String("import-ofx"))
+        return importOfxCommand(m_delegate, line, m_out, m_err);
     if (command.isEmpty())
         return fail(BadUsage, QStringLiteral("no command given\n") + usage());
     return fail(BadUsage, QStringLiteral("unknown command \"%1\"\n").arg(command) + usage());

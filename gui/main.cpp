@@ -10,6 +10,7 @@
 #include <QMessageBox>
 #include <QStyleFactory>
 #include <cstdio>
+#include <unistd.h>
 
 using namespace qf;
 
@@ -31,6 +32,11 @@ int main(int argc, char** argv)
                              "Run it in a desktop session, or use build/bin/quillfen-cli from a shell.\n");
         return 1;
     }
+    // The embedded bank site's renderer refuses to run as root inside its
+    // sandbox; only then it runs without one.
+    if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Quillfen"));
     QApplication::setApplicationName(QStringLiteral("Quillfen"));

@@ -27,6 +27,20 @@ protected:
         return r.out.trimmed();
     }
 
+    // Lines of `list` as "day title amount", sorted, so oldest first.
+    QStringList rowsByDay(const QStringList& selection = {})
+    {
+        const CliRun r = run(QStringList{QStringLiteral("list")} + selection);
+        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
+        QStringList found;
+        for (const QString& line : r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            const QStringList f = line.split(QLatin1Char('\t'));
+            found << f.value(1).left(10) + QLatin1Char(' ') + f.value(2) + QLatin1Char(' ') + f.value(3);
+        }
+        found.sort();
+        return found;
+    }
+
     // Lines of `list`, each reduced to title, amount, status and tags.
     QStringList listed(const QStringList& selection)
     {

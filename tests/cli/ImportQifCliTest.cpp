@@ -1,4 +1,4 @@
-#include "support/CliRun.h"
+#include "CliFixture.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -7,34 +7,13 @@ using qf::test::CliRun;
 
 namespace {
 
-class ImportQifCli : public ::testing::Test {
+class ImportQifCli : public qf::test::Cli {
 protected:
-    QTemporaryDir home;
-
-    CliRun run(const QStringList& arguments)
-    {
-        return qf::test::runCli(home.path(), home.path() + QStringLiteral("/ledger"), arguments);
-    }
-
     CliRun import(const char* file, const QStringList& options)
     {
         return run(QStringList{QStringLiteral("import-qif"),
                                QStringLiteral(QUILLFEN_TEST_DATA_DIR "/qif/") + QString::fromLatin1(file)} +
                    options);
-    }
-
-    // list rows as "date title amount", dates as days, oldest first.
-    QStringList rows(const QStringList& selection = {})
-    {
-        const CliRun r = run(QStringList{QStringLiteral("list")} + selection);
-        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
-        QStringList found;
-        for (const QString& line : r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-            const QStringList f = line.split(QLatin1Char('\t'));
-            found << f.value(1).left(10) + QLatin1Char(' ') + f.value(2) + QLatin1Char(' ') + f.value(3);
-        }
-        found.sort();
-        return found;
     }
 };
 
@@ -47,7 +26,7 @@ TEST_F(ImportQifCli, ImportsEveryRecordIntoTheLibraryOrAnAccount)
     CliRun r = import("savings-cr.qif", kMonthDayYear);
     ASSERT_EQ(r.exitCode, 0) << qPrintable(r.err);
     EXPECT_EQ(r.out, QStringLiteral("2\n"));
-    EXPECT_EQ(rows(), QStringList({QStringLiteral("1997-12-31 Interest 100"),
+    EXPECT_EQ(rowsByDay(), QStringList({QStringLiteral("1997-12-31 Interest 100"),
                                    QStringLiteral("1998-01-05 Transfer out -20")}));
 
     const CliRun account = run({QStringLiteral("add-vault"), QStringLiteral("--type"), QStringLiteral("Account"),
@@ -57,7 +36,7 @@ TEST_F(ImportQifCli, ImportsEveryRecordIntoTheLibraryOrAnAccount)
                                  QStringLiteral("--account"), QStringLiteral("Giro")});
     ASSERT_EQ(r.exitCode, 0) << qPrintable(r.err);
     EXPECT_EQ(r.out, QStringLiteral("2\n"));
-    EXPECT_EQ(rows({QStringLiteral("--vault"), account.out.trimmed()}),
+    EXPECT_EQ(rowsByDay({QStringLiteral("--vault"), account.out.trimmed()}),
               QStringList({QStringLiteral("2008-01-05 Cafe Central -12.5"), QStringLiteral("2008-01-31 Payroll 2500")}));
 
     r = import("four-digit-year.qif", kMonthDayYear);
@@ -65,12 +44,12 @@ TEST_F(ImportQifCli, ImportsEveryRecordIntoTheLibraryOrAnAccount)
     // The order decides which dates read: 12/31/2007 is no day-first date.
     r = import("four-digit-year.qif", {QStringLiteral("--date-order"), QStringLiteral("Day/Month/Year")});
     EXPECT_EQ(r.out, QStringLiteral("1\n"));
-    EXPECT_EQ(rows({QStringLiteral("--where"), QStringLiteral("trans_title == \"Music store\"")}),
+    EXPECT_EQ(rowsByDay({QStringLiteral("--where"), QStringLiteral("trans_title == \"Music store\"")}),
               QStringList({QStringLiteral("2008-01-02 Music store -9.99"), QStringLiteral("2008-02-01 Music store -9.99")}));
     r = import("header-only.qif", kMonthDayYear);
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, QStringLiteral("0\n"));
-    EXPECT_EQ(rows().size(), 7);
+    EXPECT_EQ(rowsByDay().size(), 7);
 }
 
 TEST_F(ImportQifCli, NonAsciiFileFailsAndStoresNothing)
@@ -81,7 +60,7 @@ TEST_F(ImportQifCli, NonAsciiFileFailsAndStoresNothing)
     EXPECT_TRUE(r.err.contains(QStringLiteral("non-ascii.qif")) && r.err.contains(QStringLiteral("offset 31")))
         << qPrintable(r.err);
     EXPECT_TRUE(r.out.isEmpty());
-    EXPECT_EQ(rows().size(), 2);
+    EXPECT_EQ(rowsByDay().size(), 2);
 }
 
 TEST_F(ImportQifCli, BadUsageExitsWithTwo)
@@ -96,5 +75,5 @@ TEST_F(ImportQifCli, BadUsageExitsWithTwo)
                                                                                    QStringLiteral("Nowhere")});
     EXPECT_EQ(noAccount.exitCode, 1);
     EXPECT_TRUE(noAccount.err.contains(QStringLiteral("no account \"Nowhere\"")));
-    EXPECT_TRUE(rows().isEmpty());
+    EXPECT_TRUE(rowsByDay().isEmpty());
 }

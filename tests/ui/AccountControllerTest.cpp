@@ -75,12 +75,12 @@ TEST_F(AccountControllerTest, InfoPanelShowsTheAccountAboveItsList)
     EXPECT_EQ(text("urlLabel"), QStringLiteral("<a href=\"http://bank.example/me\">bank.example/me</a>"));
     EXPECT_EQ(text("openingLabel"), QStringLiteral("$100.00"));
     EXPECT_EQ(text("balanceLabel"), QStringLiteral("$2,596.50"));
-    // The only tab is stored as the chosen one, without an undo step.
+    // An account that never chose a tab stores "Transactions", without an undo step.
     EXPECT_EQ(account->valueForKey(u"vault_tabSelected").toString(), QStringLiteral("Transactions"));
-    account->setValueForKey(u"vault_tabSelected", Value(QStringLiteral("Online")));
+    account->setValueForKey(u"vault_tabSelected", Value(QStringLiteral("Unknown")));
     context.processPendingChanges();
     context.undoManager().removeAllActions();
-    pane->prepareMainViewWithVaultObject(account);
+    EXPECT_EQ(pane->prepareMainViewWithVaultObject(account), window->libraryController());
     context.processPendingChanges();
     EXPECT_EQ(account->valueForKey(u"vault_tabSelected").toString(), QStringLiteral("Transactions"));
     EXPECT_FALSE(context.undoManager().canUndo());

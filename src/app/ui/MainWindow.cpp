@@ -10,6 +10,8 @@
 #include "editing/ui/TransMultiEditController.h"
 #include "exchange/ui/CSVExportPanel.h"
 #include "exchange/ui/PrintingController.h"
+#include "exchange/StatementDownload.h"
+#include "exchange/ui/OFXController.h"
 #include "exchange/ui/QIFController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -51,6 +53,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     m_otherView->setWordWrap(true);
     m_views->addWidget(m_library);
     m_views->addWidget(m_otherView);
+    m_views->addWidget(m_account->onlineView());
 
     auto* splitter = new QSplitter(this);
     splitter->addWidget(m_source);
@@ -65,6 +68,13 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     buildMenus();
     connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
+    connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
+    connect(m_account, &AccountController::statementDownloaded, this, [this](const QString& path, ManagedObject* account) {
+        if (StatementDownload::routeForPath(path) == StatementRoute::Qif)
+            qifController()->loadImportQIFPanelWithQIFFile(path, account);
+        else
+            ofxController()->loadImportOFXPanelWithQIFFile(path, account);
+    });
     connect(m_library, &LibraryController::balancesChanged, m_status, &QLabel::setText);
     connect(m_library, &LibraryController::selectionChanged, this, &MainWindow::updateCommands);
     connect(m_library, &LibraryController::transactionActivated, this, [this](ManagedObject* transaction) {
@@ -90,6 +100,8 @@ void MainWindow::buildMenus()
     file->addSeparator();
     file->addAction(tr("Import QIF…"), this,
                     [this] { qifController()->loadImportQIFPanelWithVaultObject(m_source->selectedVaultObject()); });
+    file->addAction(tr("Import OFX…"), this,
+                    [this] { ofxController()->loadImportOFXPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
     file->addAction(tr("Print…"), QKeySequence::Print, this, &MainWindow::print);
     file->addSeparator();
@@ -335,6 +347,13 @@ QIFController* MainWindow::qifController()
         connect(m_qif, &QIFController::importFinished, m_source, &SourceController::selectControllerWithID);
     }
     return m_qif;
+}
+
+OFXController* MainWindow::ofxController()
+{
+    if (!m_ofx)
+        m_ofx = new OFXController(*qifController(), this);
+    return m_ofx;
 }
 
 } // namespace qf

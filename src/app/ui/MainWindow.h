@@ -17,6 +17,7 @@ class LockPanelController;
 class ManagedObject;
 class PreferencesController;
 class PrintingController;
+class OFXController;
 class QIFController;
 class Quillfen_AppDelegate;
 class SourceController;
@@ -39,6 +40,7 @@ public:
     PreferencesController* openPreferences();
     // The import sheet, made on first use and kept; the OFX route enters it too.
     QIFController* qifController();
+    OFXController* ofxController();
     // The transaction editor, made on first use and kept.
     TransEditController* transEditController();
 
@@ -91,6 +93,7 @@ private:
     TransMultiEditController* m_multiEdit = nullptr;
     AccountTransferController* m_transfer = nullptr;
     QIFController* m_qif = nullptr;
+    OFXController* m_ofx = nullptr;
     bool m_refreshing = false;
 };
 

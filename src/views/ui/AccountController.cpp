@@ -6,11 +6,13 @@
 #include "store/ManagedObjectContext.h"
 #include "views/SourceListRows.h"
 #include "views/TransactionQuery.h"
+#include "views/ui/AccountOnlineController.h"
 #include "views/ui/IconLibrary.h"
 #include "views/ui/InfoPaneInternal.h"
 #include "views/ui/LibraryController.h"
 
 #include <QApplication>
+#include <QButtonGroup>
 #include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -18,6 +20,7 @@
 #include <QPushButton>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace qf {
@@ -28,6 +31,10 @@ const char* const kAccountTypes[] = {QT_TRANSLATE_NOOP("qf::AccountController", 
                                      QT_TRANSLATE_NOOP("qf::AccountController", "Savings"),
                                      QT_TRANSLATE_NOOP("qf::AccountController", "Credit"),
                                      QT_TRANSLATE_NOOP("qf::AccountController", "Online")};
+const char* const kTabs[] = {QT_TRANSLATE_NOOP("qf::AccountController", "Transactions"),
+                             QT_TRANSLATE_NOOP("qf::AccountController", "Online")};
+const QString kTransactionsTab = QStringLiteral("Transactions");
+const QString kOnlineTab = QStringLiteral("Online");
 constexpr int kIconSize = 32;
 constexpr int kIconGap = 10;
 
@@ -54,9 +61,18 @@ QString shownAddress(QString url)
 } // namespace
 
 AccountController::AccountController(Quillfen_AppDelegate& delegate, LibraryController& library, QWidget* parent)
-    : QFrame(parent), m_delegate(delegate), m_library(library), m_pages(new QStackedWidget(this))
+    : QFrame(parent), m_delegate(delegate), m_library(library), m_pages(new QStackedWidget(this)),
+      m_online(new AccountOnlineController), m_onlineView(new QWidget), m_onlineLayout(new QVBoxLayout(m_onlineView))
 {
     setObjectName(QStringLiteral("accountPane"));
+    // The online view holds this pane while its tab is shown, so it cannot
+    // be this pane's child.
+    m_onlineView->setObjectName(QStringLiteral("accountOnlineView"));
+    m_onlineLayout->setContentsMargins(6, 6, 6, 6);
+    m_onlineLayout->setSpacing(6);
+    m_onlineLayout->addWidget(m_online, 1);
+    m_onlineView->hide();
+    connect(m_online, &AccountOnlineController::statementDownloaded, this, &AccountController::statementDownloaded);
     m_infoPage = buildInfoPage();
     m_editPage = buildEditPage();
     infopane::setupPages(this, m_pages, m_infoPage, m_editPage);
@@ -67,6 +83,37 @@ AccountController::AccountController(Quillfen_AppDelegate& delegate, LibraryCont
         if (isShown())
             refreshInfoPanel();
     });
+}
+
+AccountController::~AccountController()
+{
+    // Once the window has taken the online view, the window deletes it (and
+    // with it this pane while the online tab is shown).
+    if (m_onlineView && !m_onlineView->parent()) {
+        if (parentWidget() == m_onlineView)
+            setParent(nullptr);
+        delete m_onlineView;
+    }
+}
+
+QWidget* AccountController::buildTabButtons(QWidget* parent)
+{
+    auto* tabs = new QWidget(parent);
+    auto* layout = new QHBoxLayout(tabs);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    m_tabs = new QButtonGroup(this);
+    for (const char* tab : kTabs) {
+        auto* button = new QToolButton(tabs);
+        button->setText(tr(tab));
+        button->setCheckable(true);
+        button->setObjectName(QString::fromLatin1(tab).toLower() + QStringLiteral("Tab"));
+        const QString name = QString::fromLatin1(tab);
+        connect(button, &QToolButton::clicked, this, [this, name] { changePane(name); });
+        m_tabs->addButton(button);
+        layout->addWidget(button);
+    }
+    return tabs;
 }
 
 QWidget* AccountController::buildInfoPage()
@@ -138,7 +185,12 @@ QWidget* AccountController::buildInfoPage()
     layout->addSpacing(12);
     layout->addLayout(balance);
     layout->addSpacing(4);
-    layout->addWidget(edit, 0, Qt::AlignTop);
+    auto* actions = new QVBoxLayout;
+    actions->setSpacing(6);
+    actions->addWidget(buildTabButtons(page), 0, Qt::AlignRight);
+    actions->addWidget(edit, 0, Qt::AlignRight);
+    actions->addStretch();
+    layout->addLayout(actions);
     return page;
 }
 
@@ -205,15 +257,53 @@ QWidget* AccountController::prepareMainViewWithVaultObject(ManagedObject* accoun
     m_library.prepareWithVaultObject(account);
     if (!account)
         return &m_library;
-    // Transactions is the account's only tab here; it is stored as the one
-    // chosen, which records nothing to undo.
-    if (account->valueForKey(u"vault_tabSelected").toString() != QLatin1String("Transactions")) {
+    QString tab = account->valueForKey(u"vault_tabSelected").toString();
+    if (tab != kOnlineTab && tab != kTransactionsTab) {
+        // An account that never chose a tab stores the first one, which
+        // records nothing to undo.
+        tab = kTransactionsTab;
         UndoManager& undo = m_delegate.managedObjectContext()->undoManager();
         undo.disableUndoRegistration();
-        account->setValueForKey(u"vault_tabSelected", Value(QStringLiteral("Transactions")));
+        account->setValueForKey(u"vault_tabSelected", Value(tab));
         undo.enableUndoRegistration();
     }
     infopane::showPage(m_pages, m_infoPage);
+    refreshInfoPanel();
+    return showTab(tab);
+}
+
+void AccountController::changePane(const QString& tab)
+{
+    if (!m_vault || (tab != kOnlineTab && tab != kTransactionsTab))
+        return;
+    if (m_vault->valueForKey(u"vault_tabSelected").toString() != tab) {
+        // Which tab is looked at is no edit of the ledger.
+        UndoManager& undo = m_delegate.managedObjectContext()->undoManager();
+        undo.disableUndoRegistration();
+        m_vault->setValueForKey(u"vault_tabSelected", Value(tab));
+        undo.enableUndoRegistration();
+    }
+    Q_EMIT mainViewChanged(showTab(tab));
+}
+
+QString AccountController::selectedTab() const
+{
+    return m_vault ? m_vault->valueForKey(u"vault_tabSelected").toString() : QString();
+}
+
+QWidget* AccountController::showTab(const QString& tab)
+{
+    const bool online = tab == kOnlineTab;
+    m_tabs->buttons().at(online ? 1 : 0)->setChecked(true);
+    if (online) {
+        m_library.setInfoPane(nullptr);
+        m_onlineLayout->insertWidget(0, this);
+        show();
+        m_online->setupOnlinePane(m_vault);
+        return m_onlineView;
+    }
+    if (parentWidget() == m_onlineView)
+        m_onlineLayout->removeWidget(this);
     m_library.setInfoPane(this);
     refreshInfoPanel();
     return &m_library;
@@ -311,6 +401,9 @@ bool AccountController::saveEditAccountInfo()
     // The new opening deposit, if one was made, belongs in the list.
     m_library.refresh();
     refreshInfoPanel();
+    // A new web address shows at once on the online tab.
+    if (parentWidget() == m_onlineView)
+        m_online->setupOnlinePane(m_vault);
     return true;
 }
 

@@ -3,33 +3,48 @@
 #include "views/TransactionIndexes.h"
 
 #include <QFrame>
+#include <QPointer>
 
+class QButtonGroup;
 class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
 class QStackedWidget;
+class QVBoxLayout;
 
 namespace qf {
 
+class AccountOnlineController;
 class LibraryController;
 class ManagedObject;
 class Quillfen_AppDelegate;
 
-// An account's view: its transactions in the shared transaction list, with
-// this pane above them showing the account's details (name, bank, type,
-// number, web site, opening balance and balance) and the form that edits them.
+// An account's view: this pane with the account's details (name, bank, type,
+// number, web site, opening balance and balance) and the form that edits
+// them, above one of two tabs: "Transactions", the shared transaction list,
+// and "Online", the bank's web site. The chosen tab is kept in
+// vault_tabSelected.
 class AccountController : public QFrame {
     Q_OBJECT
 
 public:
     AccountController(Quillfen_AppDelegate& delegate, LibraryController& library, QWidget* parent = nullptr);
+    ~AccountController() override;
 
     // Scopes the list to the account (its own transactions and the bills from
     // or to it), restores the account's filters, range, sort and presentation,
-    // puts this pane above the list and returns the view to show.
+    // puts this pane above the account's last tab and returns the view to show.
     QWidget* prepareMainViewWithVaultObject(ManagedObject* account);
     ManagedObject* vault() const { return m_vault; }
+
+    // "Transactions" or "Online": stores the choice (nothing to undo) and
+    // announces the view to show through mainViewChanged.
+    void changePane(const QString& tab);
+    QString selectedTab() const;
+    // The view of the "Online" tab; the window keeps it beside the list.
+    QWidget* onlineView() const { return m_onlineView; }
+    AccountOnlineController* onlineController() const { return m_online; }
 
     // Opens the edit form filled from the account.
     void editAccountInfo();
@@ -43,7 +58,14 @@ public:
     // The details again from the store, e.g. after the list's transactions changed.
     void refreshInfoPanel();
 
+Q_SIGNALS:
+    void mainViewChanged(QWidget* view);
+    // A statement from the bank's site, for the import its extension names.
+    void statementDownloaded(const QString& path, qf::ManagedObject* account);
+
 private:
+    QWidget* showTab(const QString& tab);
+    QWidget* buildTabButtons(QWidget* parent);
     QWidget* buildInfoPage();
     QWidget* buildEditPage();
     bool isShown() const;
@@ -55,6 +77,11 @@ private:
     QStackedWidget* m_pages;
     QWidget* m_infoPage = nullptr;
     QWidget* m_editPage = nullptr;
+    AccountOnlineController* m_online;
+    // Owned here until the window takes it into its stack of views.
+    QPointer<QWidget> m_onlineView;
+    QVBoxLayout* m_onlineLayout;
+    QButtonGroup* m_tabs = nullptr;
 
     QLabel* m_icon = nullptr;
     QLabel* m_title = nullptr;

@@ -1,0 +1,30 @@
+// Feeds arbitrary bytes to the bank statement reader, and the same text to
+// its XML tidy step alone; any outcome but a crash, a hang or a sanitizer
+// report is fine. Seeds: tests/data/fuzz/ofx_fuzzer (the reader's test files).
+#include "exchange/OfxStatementReader.h"
+#include "exchange/OfxXmlTidy.h"
+
+#include <QByteArray>
+#include <cstddef>
+#include <cstdint>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    qf::OfxStatementReader reader;
+    auto records = reader.readData(bytes);
+    if (!records) {
+        // Every failure names a place inside the input.
+        if (records.error().position < -1 || records.error().position > int(size) * 2 + 1)
+            __builtin_trap();
+    } else {
+        for (const qf::ValueDictionary& record : *records) {
+            if (record.empty())
+                __builtin_trap();
+        }
+    }
+    const QString text = QString::fromUtf8(bytes);
+    (void)qf::OfxXmlTidy::prettyPrint(text);
+    (void)qf::OfxXmlTidy::closeOpenLeaves(text);
+    return 0;
+}
