@@ -177,11 +177,6 @@ std::vector<ManagedObject*> QIFImport::insertTransactions(ManagedObjectContext& 
         }
         if (!accountID.isEmpty())
             values.emplace(QStringLiteral("trans_accountID"), Value(accountID));
-        // The store knows no column defaults, and filters such as
-        // "trans_isPending == NO" pass over a flag that is unset.
-        values.emplace(QStringLiteral("trans_isPending"), Value::boolean(false));
-        values.emplace(QStringLiteral("trans_isUpcoming"), Value::boolean(false));
-        values.emplace(QStringLiteral("trans_setiCalEvent"), Value::boolean(false));
         values.emplace(QStringLiteral("trans_reoccurrence"), Value(QStringLiteral("Never")));
         inserted.push_back(TransactionRecords::insertWithValues(context, environment, values));
     }

@@ -18,6 +18,8 @@ struct TransKeys {
         date = e.indexOfAttribute(u"trans_date");
         isPending = e.indexOfAttribute(u"trans_isPending");
         isUpcoming = e.indexOfAttribute(u"trans_isUpcoming");
+        setiCalEvent = e.indexOfAttribute(u"trans_setiCalEvent");
+        isInitalAccountAmount = e.indexOfAttribute(u"trans_isInitalAccountAmount");
         billType = e.indexOfAttribute(u"trans_billType");
         billFrom = e.indexOfAttribute(u"trans_billFromAccountID");
         billTo = e.indexOfAttribute(u"trans_billToAccountID");
@@ -28,7 +30,8 @@ struct TransKeys {
         longDateText = e.indexOfKey(u"trans_dateLongStringValue") - attributes;
         statusKey = e.indexOfKey(u"trans_status") - attributes;
     }
-    int uniqueID, amount, direction, date, isPending, isUpcoming, billType, billFrom, billTo, photo;
+    int uniqueID, amount, direction, date, isPending, isUpcoming, setiCalEvent, isInitalAccountAmount;
+    int billType, billFrom, billTo, photo;
     int amountText, shortDateText, longDateText, statusKey;
 };
 
@@ -256,6 +259,16 @@ void TransManagedObject::awakeFromLoad()
     setPrimitiveValue(keys().direction, directionForAmount(primitiveValue(keys().amount)));
 }
 
-void TransManagedObject::awakeFromInsert() { awakeFromLoad(); }
+void TransManagedObject::awakeFromInsert()
+{
+    awakeFromLoad();
+    // The flags start out NO rather than missing, so that filters such as
+    // "trans_isPending == NO" find new records, the opening deposit included.
+    const TransKeys& k = keys();
+    for (const int index : {k.isPending, k.isUpcoming, k.setiCalEvent, k.isInitalAccountAmount}) {
+        if (primitiveValue(index).isNull())
+            setPrimitiveValue(index, Value::boolean(false));
+    }
+}
 
 } // namespace qf

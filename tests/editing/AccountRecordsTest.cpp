@@ -31,6 +31,10 @@ TEST(AccountRecords, OpeningDepositFollowsTheAmountButNotTheName)
     EXPECT_EQ(deposit->valueForKey(u"trans_amount").toDouble(), 50.0);
     EXPECT_EQ(deposit->valueForKey(u"trans_status").toString(), QStringLiteral("Reconciled"));
     EXPECT_NEAR(deposit->valueForKey(u"trans_date").toDate(), d.now(), 5.0);
+    // A new record's flags read NO, so the account's cleared filter finds the deposit.
+    EXPECT_EQ(d.fetch(QStringLiteral("TransEntity"), QStringLiteral("trans_accountID == %@ AND trans_isPending == NO"),
+                      {Value(id)}),
+              std::vector<ManagedObject*>{deposit});
 
     details.title = QStringLiteral("Everyday");
     details.initialAmount = 75;
