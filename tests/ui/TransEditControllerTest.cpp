@@ -204,7 +204,13 @@ protected:
 
 TEST_F(TransEditControllerTest, AddFromTheLibraryStoresTheTypedFieldsAndSelectsTheNewRow)
 {
-    TransEditController* editor = openNew();
+    // The list's "+" button opens the editor as the menu command does.
+    auto* add = window->libraryController()->findChild<QToolButton*>(QStringLiteral("addButton"));
+    ASSERT_NE(add, nullptr);
+    add->click();
+    TransEditController* editor = window->transEditController();
+    ASSERT_TRUE(editor->isVisible());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(editor));
     EXPECT_EQ(editor->windowTitle(), QStringLiteral("New Transaction"));
     EXPECT_EQ(editor->tabs()->currentIndex(), int(TransEditController::DetailsTab));
     EXPECT_EQ(details()->typeSelector()->currentData().toString(), QStringLiteral("Outgoing"));

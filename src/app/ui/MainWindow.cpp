@@ -82,6 +82,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
             transEditController()->showEditWithTransObject(*transaction);
     });
     connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
+    connect(m_library, &LibraryController::addRequested, this, &MainWindow::newTransaction);
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);

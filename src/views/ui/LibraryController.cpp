@@ -52,6 +52,21 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
 {
     QHBoxLayout* bar = m_bar;
     bar->setSpacing(2);
+    auto* add = new QToolButton(this);
+    add->setObjectName(QStringLiteral("addButton"));
+    add->setIcon(quillfenIcon(QStringLiteral("add")));
+    add->setToolTip(tr("New Transaction"));
+    add->setAutoRaise(true);
+    connect(add, &QToolButton::clicked, this, &LibraryController::addRequested);
+    bar->addWidget(add);
+    auto* remove = new QToolButton(this);
+    remove->setObjectName(QStringLiteral("removeButton"));
+    remove->setIcon(quillfenIcon(QStringLiteral("remove")));
+    remove->setToolTip(tr("Delete Transaction"));
+    remove->setAutoRaise(true);
+    connect(remove, &QToolButton::clicked, this, &LibraryController::removeTransaction);
+    bar->addWidget(remove);
+    bar->addSpacing(10);
     for (const auto& [icon, text, tip, viewBy] :
          {std::tuple{"view-list", QT_TR_NOOP("List"), QT_TR_NOOP("View as List"), kListView},
           std::tuple{"view-icons", QT_TR_NOOP("Icons"), QT_TR_NOOP("View as Icons"), kIconView}}) {

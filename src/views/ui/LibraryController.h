@@ -87,6 +87,8 @@ Q_SIGNALS:
     void transactionActivated(qf::ManagedObject* transaction);
     // The list's Transfer button: money is to move between accounts.
     void transferRequested();
+    // The list's "+" button: a new transaction with this list's defaults.
+    void addRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
