@@ -197,6 +197,9 @@ void TransAttachmentsController::reloadRows()
             const QDateTime when = dateTimeFromAbsoluteTime(added.toDate()).toLocalTime();
             dateText = m_delegate.formatShortDate(added.toDate()) + QLatin1Char(' ') +
                        locale.toString(when.time(), QLocale::ShortFormat);
+            // Newer locale data puts a narrow no-break space before "PM", which
+            // the header measures narrower than it draws and then elides.
+            dateText.replace(QChar(0x202F), QChar::Nbsp);
         }
         m_model->appendRow({title, new QStandardItem(dateText)});
     }
