@@ -1,10 +1,12 @@
 #include "editing/TagsController.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "common/Predicate.h"
 #include "common/QFNSStringCategory.h"
 #include "editing/TransactionRecords.h"
 #include "store/ManagedObject.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace qf {
@@ -58,6 +60,28 @@ QStringList TagsController::hintsForKeyword(const QStringList& keywords, const Q
 {
     // Tags complete as titles do, from the start of the tag.
     return TransactionRecords::hintsAmong(keywords, text, 0);
+}
+
+QStringList TagsController::browseKeywords(const QString& search) const
+{
+    return browseKeywords(allTransactionKeywords(), search);
+}
+
+QStringList TagsController::browseKeywords(QStringList keywords, const QString& search)
+{
+    std::stable_sort(keywords.begin(), keywords.end(),
+                     [](const QString& a, const QString& b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
+    if (search.isEmpty())
+        return keywords;
+    const Result<Predicate> wanted = Predicate::parse(u"SELF contains[cd] %@", {Value(search)});
+    if (!wanted)
+        return {};
+    QStringList found;
+    for (const QString& keyword : keywords) {
+        if (wanted->evaluate(Value(keyword)))
+            found.append(keyword);
+    }
+    return found;
 }
 
 QStringList TagsController::completionsForSubstring(const QObject* field, const QString& substring) const

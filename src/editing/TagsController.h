@@ -30,6 +30,12 @@ public:
     QStringList hintsForKeyword(const QString& text) const;
     static QStringList hintsForKeyword(const QStringList& keywords, const QString& text);
 
+    // The tag browser's list: the tags sorted ignoring case, narrowed to those
+    // that contain the search text ignoring case and diacritics (an empty
+    // search keeps all).
+    QStringList browseKeywords(const QString& search) const;
+    static QStringList browseKeywords(QStringList keywords, const QString& search);
+
     // The one tag field the service completes (the editor registers its own
     // each time it opens); completions for any other field are none. The
     // field is watched, so a closed editor leaves no dangling registration.

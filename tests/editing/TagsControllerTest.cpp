@@ -42,6 +42,20 @@ TEST(TagsController, HintsBeginWithTheTextIgnoringCaseAndAccentsButNeverRepeatIt
               QStringList{QStringLiteral("it's")});
 }
 
+TEST(TagsController, BrowserSortsIgnoringCaseAndNarrowsByContainedText)
+{
+    const QStringList keywords{QStringLiteral("rent"), QStringLiteral("Food"), QStringLiteral("Current"),
+                               QStringLiteral("Réparations"), QStringLiteral("apartment")};
+    EXPECT_EQ(TagsController::browseKeywords(keywords, QString()),
+              QStringList({QStringLiteral("apartment"), QStringLiteral("Current"), QStringLiteral("Food"),
+                           QStringLiteral("rent"), QStringLiteral("Réparations")}));
+    // Anywhere in the tag, ignoring case and accents.
+    EXPECT_EQ(TagsController::browseKeywords(keywords, QStringLiteral("RE")),
+              QStringList({QStringLiteral("Current"), QStringLiteral("rent"), QStringLiteral("Réparations")}));
+    EXPECT_EQ(TagsController::browseKeywords(keywords, QStringLiteral("epar")), QStringList{QStringLiteral("Réparations")});
+    EXPECT_EQ(TagsController::browseKeywords(QStringList(), QStringLiteral("x")), QStringList());
+}
+
 TEST(TagsController, OnlyTheRegisteredFieldIsCompleted)
 {
     TempLedger ledger;

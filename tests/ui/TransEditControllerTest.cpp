@@ -9,6 +9,7 @@
 #include "editing/AccountRecords.h"
 #include "editing/CalendarApplication.h"
 #include "editing/ui/FieldCompleter.h"
+#include "editing/ui/TagBrowser.h"
 #include "editing/ui/TransEditController.h"
 #include "editing/ui/TransEditDetailsPane.h"
 #include "store/ManagedObjectContext.h"
@@ -30,6 +31,7 @@
 #include <QDesktopServices>
 #include <QFile>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -419,6 +421,17 @@ TEST_F(TransEditControllerTest, TitlePayeeAndTagFieldsCompleteFromTheLedgerAndTh
     details()->tagsField()->setFocus();
     QTest::keyClicks(details()->tagsField(), QStringLiteral("r"));
     EXPECT_EQ(editor->tagsCompleter()->hints(), QStringList{QStringLiteral("Rent")});
+
+    // The tag browser lists the tags in use and adds the one chosen, once.
+    details()->tagsField()->setText(QStringLiteral("Rent"));
+    TagBrowser* browser = editor->showTags();
+    ASSERT_TRUE(browser->isVisible());
+    QTest::keyClicks(browser->searchField(), QStringLiteral("OO"));
+    ASSERT_EQ(browser->list()->count(), 1);
+    browser->chooseTag(browser->list()->item(0)->text());
+    EXPECT_EQ(details()->tagsField()->text(), QStringLiteral("Rent, Food"));
+    editor->showTags()->chooseTag(QStringLiteral("Rent"));
+    EXPECT_EQ(details()->tagsField()->text(), QStringLiteral("Rent, Food"));
     editor->cancel();
 }
 

@@ -12,6 +12,7 @@
 #include "editing/CalendarEvent.h"
 #include "editing/TransactionRecords.h"
 #include "editing/ui/FieldCompleter.h"
+#include "editing/ui/TagBrowser.h"
 #include "editing/ui/TransEditDetailsPane.h"
 #include "store/ManagedObject.h"
 #include "store/ManagedObjectContext.h"
@@ -84,6 +85,7 @@ TransEditController::TransEditController(Quillfen_AppDelegate& delegate, Library
     connect(m_details, &TransEditDetailsPane::amountEditingFinished, this, &TransEditController::amountDidEndEditing);
     connect(m_details, &TransEditDetailsPane::dateEditingFinished, this, &TransEditController::dateDidEndEditing);
     connect(m_details, &TransEditDetailsPane::calendarRequested, this, &TransEditController::showCalendar);
+    connect(m_details, &TransEditDetailsPane::tagsRequested, this, &TransEditController::showTags);
 }
 
 TransEditController::~TransEditController() = default;
@@ -186,6 +188,15 @@ void TransEditController::dateDidEndEditing()
     showFields();
     if (!read)
         SoundPlayer::shared().beep();
+}
+
+TagBrowser* TransEditController::showTags()
+{
+    if (!m_keywords)
+        m_keywords = m_tags.allTransactionKeywords();
+    auto* browser = new TagBrowser(*m_details->tagsField(), *m_keywords, this);
+    browser->showBelowField();
+    return browser;
 }
 
 void TransEditController::showCalendar()

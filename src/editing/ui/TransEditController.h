@@ -19,6 +19,7 @@ class FieldCompleter;
 class LibraryController;
 class ManagedObject;
 class Quillfen_AppDelegate;
+class TagBrowser;
 class TransAttachmentsController;
 class TransEditDetailsPane;
 class TransPhotoController;
@@ -52,6 +53,8 @@ public:
     void cancel();
     // 0 details, 1 photo, 2 files. Leaving the photo tab turns the camera off.
     void setupTabsWithTag(int tag);
+    // The tag browser, opened below the tag field; it adds the tag chosen.
+    TagBrowser* showTags();
 
     const TransEditForm& form() const { return m_form; }
     TransEditDetailsPane* detailsPane() const { return m_details; }

@@ -44,6 +44,7 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
       m_to(lineEdit(QStringLiteral("transTo"), tr("Payee"))),
       m_from(lineEdit(QStringLiteral("transFrom"), tr("Payer"))),
       m_tags(lineEdit(QStringLiteral("transTags"), tr("Tags, separated by commas"))),
+      m_tagsButton(new QToolButton(this)),
       m_notes(new QPlainTextEdit(this))
 {
     m_type->setObjectName(QStringLiteral("transType"));
@@ -75,6 +76,13 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
     dateRow->setSpacing(4);
     dateRow->addWidget(m_date, 1);
     dateRow->addWidget(m_calendarButton);
+    m_tagsButton->setObjectName(QStringLiteral("tagsButton"));
+    m_tagsButton->setText(tr("Tags…"));
+    m_tagsButton->setToolTip(tr("Choose from the tags in use"));
+    auto* tagsRow = new QHBoxLayout;
+    tagsRow->setSpacing(4);
+    tagsRow->addWidget(m_tags, 1);
+    tagsRow->addWidget(m_tagsButton);
     auto* boxes = new QHBoxLayout;
     boxes->setSpacing(16);
     boxes->addWidget(m_pending);
@@ -109,7 +117,7 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
                           {QT_TR_NOOP("&Repeat:"), m_repeat, nullptr, 2, 2, 1},
                           {QT_TR_NOOP("T&o:"), m_to, nullptr, 3, 0, 1},
                           {QT_TR_NOOP("&From:"), m_from, nullptr, 3, 2, 1},
-                          {QT_TR_NOOP("Ta&gs:"), m_tags, nullptr, 4, 0, 3}};
+                          {QT_TR_NOOP("Ta&gs:"), m_tags, tagsRow, 4, 0, 3}};
     for (const Cell& cell : cells) {
         QLabel* cellLabel = label(tr(cell.label), cell.buddy);
         // Room for the error marker beside the fields on the left.
@@ -137,7 +145,8 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
     setTabOrder(m_repeat, m_to);
     setTabOrder(m_to, m_from);
     setTabOrder(m_from, m_tags);
-    setTabOrder(m_tags, m_pending);
+    setTabOrder(m_tags, m_tagsButton);
+    setTabOrder(m_tagsButton, m_pending);
     setTabOrder(m_pending, m_calendarEvent);
     setTabOrder(m_calendarEvent, m_notes);
 
@@ -146,6 +155,7 @@ TransEditDetailsPane::TransEditDetailsPane(QWidget* parent)
     connect(m_amount, &QLineEdit::editingFinished, this, &TransEditDetailsPane::amountEditingFinished);
     connect(m_date, &QLineEdit::editingFinished, this, &TransEditDetailsPane::dateEditingFinished);
     connect(m_calendarButton, &QToolButton::clicked, this, &TransEditDetailsPane::calendarRequested);
+    connect(m_tagsButton, &QToolButton::clicked, this, &TransEditDetailsPane::tagsRequested);
 }
 
 QLineEdit* TransEditDetailsPane::lineEdit(const QString& objectName, const QString& placeholder)

@@ -41,6 +41,7 @@ public:
     QCheckBox* pendingBox() const { return m_pending; }
     QCheckBox* calendarEventBox() const { return m_calendarEvent; }
     QToolButton* calendarButton() const { return m_calendarButton; }
+    QToolButton* tagsButton() const { return m_tagsButton; }
 
 Q_SIGNALS:
     void typeChanged();
@@ -48,6 +49,7 @@ Q_SIGNALS:
     void amountEditingFinished();
     void dateEditingFinished();
     void calendarRequested();
+    void tagsRequested();
 
 private:
     QLineEdit* lineEdit(const QString& objectName, const QString& placeholder);
@@ -64,6 +66,7 @@ private:
     QLineEdit* m_to;
     QLineEdit* m_from;
     QLineEdit* m_tags;
+    QToolButton* m_tagsButton;
     QPlainTextEdit* m_notes;
 };
 
