@@ -1,5 +1,5 @@
 #include "cli/CliFixture.h"
-#include "support/Utf16File.h"
+#include "support/FileBytes.h"
 
 #include <QFile>
 #include <gtest/gtest.h>

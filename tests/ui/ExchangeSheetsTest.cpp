@@ -4,7 +4,7 @@
 #include "exchange/ui/PrintingController.h"
 #include "store/VaultLibrary.h"
 #include "support/TempLedger.h"
-#include "support/Utf16File.h"
+#include "support/FileBytes.h"
 #include "views/ui/LibraryController.h"
 #include "views/ui/SourceController.h"
 

@@ -1,4 +1,4 @@
-#include "attachments/AttachmentTestSupport.h"
+#include "support/FileBytes.h"
 #include "attachments/ui/TransAttachmentsController.h"
 #include "store/ManagedObject.h"
 #include "support/DragAndDrop.h"

@@ -1,5 +1,5 @@
 #include "app/SoundPlayer.h"
-#include "attachments/AttachmentTestSupport.h"
+#include "support/FileBytes.h"
 #include "attachments/ui/PhotoImageView.h"
 #include "attachments/ui/TransPhotoController.h"
 #include "store/ManagedObject.h"
