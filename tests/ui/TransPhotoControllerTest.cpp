@@ -1,4 +1,3 @@
-#include "app/SoundPlayer.h"
 #include "support/FileBytes.h"
 #include "attachments/ui/PhotoImageView.h"
 #include "attachments/ui/TransPhotoController.h"
@@ -6,6 +5,7 @@
 #include "support/DragAndDrop.h"
 #include "support/EventWait.h"
 #include "support/TempLedger.h"
+#include "support/RecordingPlayer.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -62,15 +62,6 @@ public:
     bool stopped = false;
     QSize wantedResolution;
     QImage frame;
-};
-
-class RecordingPlayer : public SoundPlayer {
-public:
-    explicit RecordingPlayer(QStringList& played) : m_played(played) {}
-    void play(const QString& name) override { m_played << name; }
-
-private:
-    QStringList& m_played;
 };
 
 QImage filled(int width, int height, QColor color)
