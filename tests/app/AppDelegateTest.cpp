@@ -4,6 +4,7 @@
 #include "store/StoreOpener.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
+#include "support/FileBytes.h"
 #include "support/TempLedger.h"
 
 #include <QDir>
@@ -16,6 +17,8 @@
 
 using namespace qf;
 using qf::test::TempLedger;
+using qf::test::readFile;
+using qf::test::writeFile;
 
 namespace {
 
@@ -31,20 +34,6 @@ QString vaultSummary(ManagedObjectContext& context)
 }
 
 const QString kFixedVaults = QStringLiteral("Master Vault/Master Vault, Bill Manager/Scheduler, Untagged/Untagged");
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -98,7 +87,7 @@ TEST(AppDelegate, OldBillManagerTitleBecomesScheduler)
 TEST(AppDelegate, XmlStoreIsConvertedOnceAndMovedAside)
 {
     TempLedger ledger;
-    writeFile(ledger.folder() + QStringLiteral("/Quillfen.xml"), R"(<?xml version="1.0"?>
+    ASSERT_TRUE(writeFile(ledger.folder() + QStringLiteral("/Quillfen.xml"), R"(<?xml version="1.0"?>
 <database>
   <databaseInfo><version>1</version><UUID>11111111-2222-3333-4444-555555555555</UUID><nextObjectID>4</nextObjectID></databaseInfo>
   <object type="TRANSENTITY" id="z1">
@@ -112,7 +101,7 @@ TEST(AppDelegate, XmlStoreIsConvertedOnceAndMovedAside)
     <attribute name="vault_title" type="string">Paid</attribute>
   </object>
 </database>
-)");
+)"));
     ManagedObjectContext& context = ledger.launch();
     ASSERT_FALSE(ledger.delegate().storeError()) << qPrintable(ledger.delegate().storeError()->describe());
     EXPECT_TRUE(QFileInfo::exists(ledger.storePath()));
@@ -173,7 +162,7 @@ TEST(AppDelegate, UnreadableStoreIsNeverOverwritten)
 {
     TempLedger ledger;
     const QByteArray garbage("SQLite format 3\0 but then nothing sensible at all", 48);
-    writeFile(ledger.storePath(), garbage);
+    ASSERT_TRUE(writeFile(ledger.storePath(), garbage));
     ledger.launch();
     ASSERT_TRUE(ledger.delegate().storeError());
     EXPECT_FALSE(ledger.delegate().storeError()->message.isEmpty());
@@ -249,7 +238,7 @@ TEST(AppDelegate, QuittingRemovesAttachmentsOfDeletedTransactionsAndSaves)
     attachment->setValueForKey(u"attachment_uniqueID", Value("A-1"));
     ASSERT_TRUE(ledger.delegate().saveAction());
     const QString folder = ledger.folder() + QStringLiteral("/Attachments/") + id;
-    writeFile(folder + QStringLiteral("/receipt.pdf"), "%PDF");
+    ASSERT_TRUE(writeFile(folder + QStringLiteral("/receipt.pdf"), "%PDF"));
 
     ledger.context().deleteObject(t);
     EXPECT_EQ(ledger.delegate().applicationShouldTerminate(), Quillfen_AppDelegate::TerminateReply::Now);

@@ -1,22 +1,11 @@
 #include "app/SoundPlayer.h"
+#include "support/RecordingPlayer.h"
 
 #include <QFile>
 #include <gtest/gtest.h>
 
 using namespace qf;
-
-namespace {
-
-class RecordingPlayer final : public SoundPlayer {
-public:
-    explicit RecordingPlayer(QStringList& played) : m_played(played) {}
-    void play(const QString& name) override { m_played << name; }
-
-private:
-    QStringList& m_played;
-};
-
-} // namespace
+using qf::test::RecordingPlayer;
 
 TEST(SoundPlayer, BundledLockSoundsAreShortPcmWaves)
 {

@@ -1,6 +1,6 @@
 #include "attachments/AttachmentStaging.h"
 
-#include "attachments/AttachmentTestSupport.h"
+#include "support/FileBytes.h"
 #include "store/EntityDescription.h"
 #include "store/ManagedObject.h"
 #include "support/TempLedger.h"

@@ -1,6 +1,6 @@
 #include "attachments/TempAttachmentsController.h"
 
-#include "attachments/AttachmentTestSupport.h"
+#include "support/FileBytes.h"
 #include "attachments/TransPhotoStore.h"
 #include "store/ManagedObject.h"
 #include "support/TempLedger.h"

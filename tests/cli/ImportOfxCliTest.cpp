@@ -37,9 +37,6 @@ TEST_F(ImportOfxCli, ImportsEveryTransactionIntoTheLibraryOrAnAccount)
     EXPECT_EQ(rowsByDay({QStringLiteral("--vault"), account.out.trimmed()}),
               QStringList({QStringLiteral("2024-02-03 Bäckerei Müller -8.9"),
                            QStringLiteral("2024-02-29 Rückzahlung R&V 1250")}));
-    r = import("empty.ofx");
-    EXPECT_EQ(r.exitCode, 0);
-    EXPECT_EQ(r.out, QStringLiteral("0\n"));
 }
 
 TEST_F(ImportOfxCli, UnreadableFilesAndBadUsageStoreNothing)

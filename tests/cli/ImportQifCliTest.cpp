@@ -39,17 +39,10 @@ TEST_F(ImportQifCli, ImportsEveryRecordIntoTheLibraryOrAnAccount)
     EXPECT_EQ(rowsByDay({QStringLiteral("--vault"), account.out.trimmed()}),
               QStringList({QStringLiteral("2008-01-05 Cafe Central -12.5"), QStringLiteral("2008-01-31 Payroll 2500")}));
 
-    r = import("four-digit-year.qif", kMonthDayYear);
-    ASSERT_EQ(r.exitCode, 0) << qPrintable(r.err);
-    // The order decides which dates read: 12/31/2007 is no day-first date.
-    r = import("four-digit-year.qif", {QStringLiteral("--date-order"), QStringLiteral("Day/Month/Year")});
-    EXPECT_EQ(r.out, QStringLiteral("1\n"));
-    EXPECT_EQ(rowsByDay({QStringLiteral("--where"), QStringLiteral("trans_title == \"Music store\"")}),
-              QStringList({QStringLiteral("2008-01-02 Music store -9.99"), QStringLiteral("2008-02-01 Music store -9.99")}));
     r = import("header-only.qif", kMonthDayYear);
     EXPECT_EQ(r.exitCode, 0);
     EXPECT_EQ(r.out, QStringLiteral("0\n"));
-    EXPECT_EQ(rowsByDay().size(), 7);
+    EXPECT_EQ(rowsByDay().size(), 4);
 }
 
 TEST_F(ImportQifCli, NonAsciiFileFailsAndStoresNothing)
@@ -67,8 +60,6 @@ TEST_F(ImportQifCli, BadUsageExitsWithTwo)
 {
     EXPECT_EQ(import("savings-cr.qif", {}).exitCode, 2);
     EXPECT_EQ(import("savings-cr.qif", {QStringLiteral("--date-order"), QStringLiteral("Month/Month/Year")}).exitCode, 2);
-    EXPECT_EQ(import("savings-cr.qif", kMonthDayYear + QStringList{QStringLiteral("--vault"), QStringLiteral("x")}).exitCode,
-              2);
     EXPECT_EQ(run({QStringLiteral("import-qif"), QStringLiteral("--date-order"), QStringLiteral("Month/Day/Year")}).exitCode,
               2);
     const CliRun noAccount = import("savings-cr.qif", kMonthDayYear + QStringList{QStringLiteral("--account"),

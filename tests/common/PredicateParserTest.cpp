@@ -44,14 +44,12 @@ TEST(PredicateParser, MalformedTextsReportWhereTheyFail)
     EXPECT_EQ(failure(u"a == 1 AND"), QStringLiteral("Unexpected end of predicate@10"));
     EXPECT_EQ(failure(u"a 1"), QStringLiteral("Expected a comparison operator@2"));
     EXPECT_EQ(failure(u"a CONTAINS[x] 'b'"), QStringLiteral("Unknown modifier \"x\"@11"));
-    EXPECT_EQ(failure(u"a CONTAINS[cc] 'b'"), QStringLiteral("Unknown modifier \"cc\"@11"));
     EXPECT_EQ(failure(u"a ==[c 'x'"), QStringLiteral("Expected ']'@7"));
     EXPECT_EQ(failure(u"a BETWEEN 5"), QStringLiteral("BETWEEN needs {lower, upper}@10"));
     EXPECT_EQ(failure(u"a BETWEEN {1, 2, 3}"), QStringLiteral("BETWEEN needs {lower, upper}@10"));
     EXPECT_EQ(failure(u"a.@total == 1"), QStringLiteral("Unknown collection operator \"@total\"@2"));
     EXPECT_EQ(failure(u"a. == 1"), QStringLiteral("Expected a key@3"));
     EXPECT_EQ(failure(u"a & b"), QStringLiteral("Expected '&&'@2"));
-    EXPECT_EQ(failure(u"a | b"), QStringLiteral("Expected '||'@2"));
     EXPECT_EQ(failure(u"a == ^"), QStringLiteral("Unexpected character '^'@5"));
     EXPECT_EQ(failure(u"AND == 1"), QStringLiteral("Unexpected \"AND\"@0"));
     EXPECT_EQ(failure(u"a == {1, b}"), QStringLiteral("Unexpected \"b\"@9"));
@@ -191,26 +189,15 @@ TEST(PredicateParser, LedgerPredicatesRoundTrip)
         {u"trans_accountID == %@", {id}},
         {u"trans_accountID == %@ || trans_billFromAccountID == %@ || trans_billToAccountID == %@", {id, id, id}},
         {u"trans_listIDs contains %@", {id}},
-        {u"trans_budgetID == %@", {id}},
         {u"trans_isPending == YES", {}},
-        {u"trans_isPending == NO", {}},
-        {u"trans_isUpcoming == YES", {}},
         {u"trans_keywords == nil || trans_keywords == ''", {}},
-        {u"trans_uniqueID == %@", {id}},
         {u"trans_uniqueID IN %@", {ids}},
         {u"attachment_transParentID == %@", {id}},
-        {u"budget_vaultID == %@", {id}},
         {u"budget_vaultID == %@ AND budget_direction == %@", {id, Value("Incoming")}},
-        {u"trans_paidREFID == %@", {id}},
         {u"self != nil", {}},
-        {u"self == nil", {}},
         {u"%K == %@", {Value("trans_title"), text}},
         {u"%K contains[cd] %@", {Value("attachment_title"), text}},
-        {u"trans_direction == %@", {Value("Outgoing")}},
         {u"trans_direction == 'Incoming' AND (trans_accountID == %@ || trans_billFromAccountID == %@ || "
-         u"trans_billToAccountID == %@)",
-         {id, id, id}},
-        {u"trans_isPending == NO AND (trans_accountID == %@ || trans_billFromAccountID == %@ || "
          u"trans_billToAccountID == %@)",
          {id, id, id}},
         {u"trans_isUpcoming == YES AND (trans_billFromAccountID == %@ || trans_billToAccountID == %@)", {id, id}},
@@ -218,39 +205,22 @@ TEST(PredicateParser, LedgerPredicatesRoundTrip)
         {u"trans_title contains[cd] %@", {text}},
         {u"trans_amountStringValue contains[cd] %@", {Value("-19,99 €")}},
         {u"trans_listIDs contains %@ AND trans_direction == %@", {id, Value("Incoming")}},
-        {u"trans_listIDs contains %@ AND trans_isPending == YES", {id}},
         {u"SELF beginswith[cd] %@ AND SELF != %@", {text, text}},
-        {u"SELF beginswith %@ AND SELF != %@", {text, text}},
         {u"SELF contains[cd] %@", {text}},
         {u"trans_isPending == YES AND (trans_keywords == nil || trans_keywords == '')", {}},
-        {u"trans_title == %@", {text}},
         {u"%@ IN[cd] trans_title", {text}},
         {u"NOT %@ IN[cd] trans_notes", {text}},
-        {u"trans_from != %@", {text}},
         {u"trans_keywords contains[d] %@", {Value("Caf\u00e9")}},
         {u"NOT trans_keywords contains[d] %@", {Value("Food")}},
-        {u"trans_keywords == nil", {}},
         {u"trans_amount == %@", {amount}},
-        {u"trans_amount != %@", {amount}},
-        {u"trans_amount < %@", {amount}},
         {u"trans_amount > %@", {Value(0.0)}},
         {u"trans_amount >= %@ AND trans_amount <= %@", {amount, Value(100.0)}},
-        {u"trans_date == %@", {when}},
-        {u"trans_date < %@", {when}},
         {u"trans_date > %@", {Value::date(-1.5)}},
         {u"trans_accountID != %@", {Value()}},
-        {u"trans_direction != 'Outgoing'", {}},
-        {u"trans_isPending != NO", {}},
-        {u"trans_isUpcoming != YES", {}},
         {u"trans_title contains[cd] %@ OR trans_amount == %@ OR trans_keywords contains[cd] %@ OR "
          u"trans_from contains[cd] %@ OR trans_to contains[cd] %@",
          {text, text, text, text, text}},
-        {u"date >= %@ AND date <= %@", {when, when}},
-        {u"billType == %@", {Value("Transfer")}},
-        {u"title contains[cd] %@", {Value("rent home")}},
         {u"keywords contains[cd] %@", {Value("rent")}},
-        {u"trans_accountID == %@ AND trans_isPending == NO", {id}},
-        {u"trans_isUpcoming == YES AND trans_direction == %@", {Value("Incoming")}},
     };
     for (const auto& [format, arguments] : cases) {
         const Predicate original = parsed(format, arguments);

@@ -1,7 +1,6 @@
 #include "editing/AccountTransfer.h"
 
 #include "common/DateFormatter.h"
-#include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "support/TempLedger.h"
@@ -18,16 +17,10 @@ namespace {
 struct Fixture {
     TempLedger ledger;
     ManagedObjectContext& context = ledger.launch();
-    ManagedObject* checking = account(QStringLiteral("Checking"));
-    ManagedObject* savings = account(QStringLiteral("Savings"));
+    ManagedObject* checking = ledger.addAccount(QStringLiteral("Checking"));
+    ManagedObject* savings = ledger.addAccount(QStringLiteral("Savings"));
     AccountTransfer sheet{ledger.delegate()};
 
-    ManagedObject* account(const QString& title)
-    {
-        AccountDetails details;
-        details.title = title;
-        return AccountRecords::createAccount(context, ledger.delegate(), details);
-    }
     std::size_t transactionCount() const { return context.count(ManagedObjectModel::shared().trans()); }
 };
 

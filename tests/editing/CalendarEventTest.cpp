@@ -2,6 +2,7 @@
 
 #include "editing/TransactionRecords.h"
 #include "store/ManagedObjectContext.h"
+#include "support/FileBytes.h"
 #include "support/TempLedger.h"
 
 #include <gtest/gtest.h>
@@ -75,9 +76,7 @@ TEST(CalendarEvent, WritesAValidAllDayEventFromTheTemplate)
     const QString path = f.ledger.folder() + QStringLiteral("/event.ics");
     const Status written = CalendarEvent::createiCalEventWithObject(*rent, path, lateOn31January + 60);
     ASSERT_TRUE(written.isOk()) << written.message().toStdString();
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QString text = QString::fromUtf8(file.readAll());
+    const QString text = QString::fromUtf8(qf::test::readFile(path));
     EXPECT_FALSE(text.contains(QLatin1Char('$'))) << text.toStdString();
     EXPECT_FALSE(text.contains(QRegularExpression(QStringLiteral("[^\\r]\\n")))) << "bare LF";
     const QStringList lines = text.split(QStringLiteral("\r\n"));

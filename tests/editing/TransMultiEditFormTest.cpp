@@ -1,7 +1,6 @@
 #include "editing/TransMultiEditForm.h"
 
 #include "common/AmountFormatter.h"
-#include "editing/AccountRecords.h"
 #include "editing/TransactionRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "support/TempLedger.h"
@@ -27,12 +26,6 @@ struct Fixture {
         draft.tags = tags;
         draft.accountID = account;
         return TransactionRecords::insert(context, ledger.delegate(), draft);
-    }
-    ManagedObject* account(const QString& title)
-    {
-        AccountDetails details;
-        details.title = title;
-        return AccountRecords::createAccount(context, ledger.delegate(), details);
     }
 };
 
@@ -80,7 +73,7 @@ TEST(TransMultiEditForm, CommonValuesWalk)
 TEST(TransMultiEditForm, FillsSharedFieldsAndLeavesOthersEmpty)
 {
     Fixture f;
-    const QString checking = id(f.account(QStringLiteral("Checking")), u"vault_uniqueID");
+    const QString checking = id(f.ledger.addAccount(QStringLiteral("Checking")), u"vault_uniqueID");
     const QStringList tags{QStringLiteral("Food"), QStringLiteral("Rent")};
     ManagedObject* a = f.add(QStringLiteral("Rent"), -12.5, tags, checking);
     ManagedObject* b = f.add(QStringLiteral("Rent"), -12.5, tags, checking);
@@ -105,7 +98,7 @@ TEST(TransMultiEditForm, FillsSharedFieldsAndLeavesOthersEmpty)
 TEST(TransMultiEditForm, BoxesFollowTypingAndChoosing)
 {
     Fixture f;
-    const QString savings = id(f.account(QStringLiteral("Savings")), u"vault_uniqueID");
+    const QString savings = id(f.ledger.addAccount(QStringLiteral("Savings")), u"vault_uniqueID");
     ManagedObject* a = f.add(QStringLiteral("Rent"), 1);
     ManagedObject* b = f.add(QStringLiteral("Food"), 2);
     TransMultiEditForm form(f.amounts);
@@ -135,7 +128,7 @@ TEST(TransMultiEditForm, BoxesFollowTypingAndChoosing)
 TEST(TransMultiEditForm, DoneWritesOnlyCheckedFields)
 {
     Fixture f;
-    const QString checking = id(f.account(QStringLiteral("Checking")), u"vault_uniqueID");
+    const QString checking = id(f.ledger.addAccount(QStringLiteral("Checking")), u"vault_uniqueID");
     ManagedObject* a = f.add(QStringLiteral("Rent"), -40, {}, checking);
     ManagedObject* b = f.add(QStringLiteral("Pay"), 100, {QStringLiteral("Work")}, checking);
     const Value modified = a->valueForKey(u"trans_dateModified");

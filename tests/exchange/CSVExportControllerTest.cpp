@@ -2,7 +2,7 @@
 #include "exchange/CSVExportController.h"
 #include "store/ManagedObject.h"
 #include "support/TempLedger.h"
-#include "support/Utf16File.h"
+#include "support/FileBytes.h"
 
 #include <QFile>
 #include <QTemporaryDir>

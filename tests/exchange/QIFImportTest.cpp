@@ -1,7 +1,6 @@
 #include "exchange/QIFImport.h"
 
 #include "common/LocaleDefaults.h"
-#include "editing/AccountRecords.h"
 #include "exchange/QFQIFParser.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -29,13 +28,6 @@ protected:
     void TearDown() override { LocaleDefaults::setLocaleIdentifier(QString()); }
 
     TempLedger ledger;
-
-    ManagedObject* account(const QString& title)
-    {
-        AccountDetails details;
-        details.title = title;
-        return AccountRecords::createAccount(ledger.context(), ledger.delegate(), details);
-    }
 
     QStringList imported()
     {
@@ -102,7 +94,7 @@ TEST_F(QIFImportTest, PreparedRecordsAreCheckedAndCarryPayeeAndLocalDate)
 TEST_F(QIFImportTest, ImportIntoAnAccountTwiceGivesDuplicatesWithEqualIDs)
 {
     ledger.launch();
-    ManagedObject* checking = account(QStringLiteral("Checking"));
+    ManagedObject* checking = ledger.addAccount(QStringLiteral("Checking"));
     const QString checkingID = checking->valueForKey(u"vault_uniqueID").toString();
     QIFImport import;
     ASSERT_TRUE(import.loadQIFFile(dataPath("checking-crlf.qif")));
@@ -171,8 +163,8 @@ TEST_F(QIFImportTest, LibraryImportLeavesTheAccountUnsetAndNothingCheckedCreates
 TEST_F(QIFImportTest, TargetIsTheSelectedAccountAndItsClearedTransactionsOldestFirst)
 {
     ledger.launch();
-    ManagedObject* checking = account(QStringLiteral("Checking"));
-    ManagedObject* savings = account(QStringLiteral("Savings"));
+    ManagedObject* checking = ledger.addAccount(QStringLiteral("Checking"));
+    ManagedObject* savings = ledger.addAccount(QStringLiteral("Savings"));
     ManagedObjectContext& context = ledger.context();
     EXPECT_EQ(QIFImport::targetAccounts(context), (std::vector<ManagedObject*>{checking, savings}));
     EXPECT_EQ(QIFImport::targetForSelectedVault(savings), savings);

@@ -86,7 +86,7 @@ TEST(SqliteStore, NewStoreHasIdentityAndWalJournal)
         EXPECT_EQ(store->metadata().nextObjectID, 1);
         EXPECT_TRUE(loadAll(*store).empty());
     }
-    const QByteArray header = fileBytes(path);
+    const QByteArray header = readFile(path);
     ASSERT_GE(header.size(), 20);
     EXPECT_EQ(header[18], 2); // WAL: the file format's write version
     auto reopened = openStore(path, SqliteStore::Mode::CreateIfMissing);
@@ -191,15 +191,15 @@ TEST(SqliteStore, RefusesFilesThatAreNotStoresWithoutTouchingThem)
     auto expectRefused = [&](const QString& name, const QByteArray& bytes, const char* expected) {
         const QString path = dir.filePath(name);
         if (!bytes.isNull()) {
-            ASSERT_TRUE(writeFileBytes(path, bytes));
+            ASSERT_TRUE(writeFile(path, bytes));
         }
-        const QByteArray before = fileBytes(path);
+        const QByteArray before = readFile(path);
         for (auto mode : {SqliteStore::Mode::MustExist, SqliteStore::Mode::CreateIfMissing}) {
             auto store = SqliteStore::open(path, mode);
             ASSERT_FALSE(store.isOk()) << name.toStdString();
             EXPECT_TRUE(store.message().contains(QString::fromUtf8(expected))) << store.message().toStdString();
         }
-        EXPECT_EQ(fileBytes(path), before) << name.toStdString();
+        EXPECT_EQ(readFile(path), before) << name.toStdString();
         EXPECT_FALSE(QFileInfo::exists(path + "-wal")) << name.toStdString();
     };
 
@@ -235,7 +235,7 @@ TEST(SqliteStore, RefusesFilesThatAreNotStoresWithoutTouchingThem)
             many.inserted.push_back(makeRecord(model().trans(), i, {{"trans_title", QString("Transaction %1").arg(i)}}));
         ASSERT_TRUE(store->save(many, 2001).isOk());
     }
-    const QByteArray whole = fileBytes(full);
+    const QByteArray whole = readFile(full);
     ASSERT_GT(whole.size(), 32768);
     expectRefused("truncated.1ccdb", whole.left(whole.size() / 2), "truncated");
 }
@@ -256,11 +256,11 @@ TEST(SqliteStore, LayoutWithoutTransDirection)
         ASSERT_EQ(loaded.size(), 1u);
         EXPECT_EQ(dumpRecord(loaded[0]), "TransEntity#1 trans_title=\"Rent\" trans_amount=real:-700");
     }
-    const QByteArray before = fileBytes(legacy);
+    const QByteArray before = readFile(legacy);
     auto asCurrent = SqliteStore::open(legacy, SqliteStore::Mode::MustExist);
     ASSERT_FALSE(asCurrent.isOk());
     EXPECT_TRUE(asCurrent.message().contains("older layout")) << asCurrent.message().toStdString();
-    EXPECT_EQ(fileBytes(legacy), before);
+    EXPECT_EQ(readFile(legacy), before);
 
     // A current store read as the older layout simply leaves the direction out.
     const QString current = dir.filePath("Quillfen.1ccdb");
@@ -328,11 +328,11 @@ TEST(SqliteStore, DamagedPagesFailTheLoadWithoutChangingTheFile)
             many.inserted.push_back(makeRecord(model().trans(), i, {{"trans_title", QString("Transaction %1").arg(i)}}));
         ASSERT_TRUE(store->save(many, 3001).isOk());
     }
-    QByteArray bytes = fileBytes(path);
+    QByteArray bytes = readFile(path);
     // Scribble over the pages of the second half, keeping the header and schema pages.
     for (qsizetype i = bytes.size() / 2; i < bytes.size() - 4096; i += 4096)
         bytes.replace(i, 64, QByteArray(64, '\x5A'));
-    ASSERT_TRUE(writeFileBytes(path, bytes));
+    ASSERT_TRUE(writeFile(path, bytes));
 
     {
         // Header and schema are intact, so only reading the rows can tell.
@@ -343,5 +343,5 @@ TEST(SqliteStore, DamagedPagesFailTheLoadWithoutChangingTheFile)
         EXPECT_FALSE(loaded.isOk()) << count;
         EXPECT_TRUE(loaded.message().contains("Could not read the store")) << loaded.message().toStdString();
     }
-    EXPECT_EQ(fileBytes(path), bytes);
+    EXPECT_EQ(readFile(path), bytes);
 }

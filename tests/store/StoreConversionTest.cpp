@@ -71,7 +71,7 @@ TEST(StoreConversion, OlderSqliteLayoutIntoStoreWithRecords)
     }
     // Older files use the rollback journal; reading one must not switch it.
     execSql(legacyPath, "PRAGMA journal_mode=DELETE");
-    const QByteArray legacyBytes = fileBytes(legacyPath);
+    const QByteArray legacyBytes = readFile(legacyPath);
     auto source = SqliteStore::open(legacyPath, SqliteStore::Mode::MustExist, SqliteStore::Layout::WithoutTransDirection);
     ASSERT_TRUE(source.isOk()) << source.message().toStdString();
 
@@ -89,5 +89,5 @@ TEST(StoreConversion, OlderSqliteLayoutIntoStoreWithRecords)
     EXPECT_EQ(summary(records), "NEW-IN=\"Incoming\" OLD-OUT=\"Outgoing\" OLD-VAULT->OLD-RULE");
     EXPECT_EQ((*target)->metadata().nextObjectID, 6);
     source = Error{};
-    EXPECT_EQ(fileBytes(legacyPath), legacyBytes);
+    EXPECT_EQ(readFile(legacyPath), legacyBytes);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/PersistentStore.h"
+#include "support/FileBytes.h"
 
 #include <QFile>
 #include <QStringList>
@@ -82,18 +83,6 @@ inline std::vector<RawRecord> loadAll(PersistentStore& store)
     const Status status = store.load([&](RawRecord&& record) { records.push_back(std::move(record)); });
     EXPECT_TRUE(status.isOk()) << status.message().toStdString();
     return records;
-}
-
-inline QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-inline bool writeFileBytes(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
 }
 
 // Runs SQL on a file behind the store's back, as another program would.

@@ -102,7 +102,7 @@ TEST(XmlStoreWriter, WriteThenReadKeepsEverything)
 
     const Status written = XmlStoreWriter::writeFile(path, metadata, records);
     ASSERT_TRUE(written.isOk()) << written.message().toStdString();
-    const QByteArray bytes = fileBytes(path);
+    const QByteArray bytes = readFile(path);
     EXPECT_TRUE(bytes.contains("<object type=\"TRANSENTITY\" id=\"z7\">"));
     EXPECT_TRUE(bytes.contains("name=\"trans_amount\" type=\"float\">-12.34<")); // shortest float text
     EXPECT_TRUE(bytes.contains("<relationship name=\"vault_smartobjects\" type=\"0/0\" destination=\"SMARTENTITY\" "
@@ -142,7 +142,7 @@ TEST(XmlStore, SavesWholeFileOrNothing)
     EXPECT_EQ((*reopened)->metadata().nextObjectID, 9);
     EXPECT_EQ((*reopened)->metadata().uuid, "5D2C1B4A-0000-4000-8000-00000000ABCD");
 
-    const QByteArray before = fileBytes(path);
+    const QByteArray before = readFile(path);
     ChangeSet bad;
     bad.inserted = {makeRecord(model().trans(), 20, {{"trans_title", "new"}})};
     bad.updated = {records[4]}; // deleted above
@@ -150,7 +150,7 @@ TEST(XmlStore, SavesWholeFileOrNothing)
     ChangeSet twice;
     twice.inserted = {changes.inserted[0]};
     EXPECT_FALSE(store.save(twice, 21).isOk());
-    EXPECT_EQ(fileBytes(path), before);
+    EXPECT_EQ(readFile(path), before);
     EXPECT_EQ(dumpRecords(loadAll(store)), dumpRecords(expected));
 
     EXPECT_FALSE(XmlStore::open(dir.filePath("missing.xml")).isOk());

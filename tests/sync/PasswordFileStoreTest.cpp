@@ -1,4 +1,5 @@
 #include "sync/PasswordFileStore.h"
+#include "support/FileBytes.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,26 +8,14 @@
 #include <gtest/gtest.h>
 
 using namespace qf;
+using qf::test::readFile;
+using qf::test::writeFile;
 
 namespace {
 
 const KeychainItemKey kKey{QStringLiteral("Quillfen DB Password"), QStringLiteral("application password"),
                            QStringLiteral("Quillfen User")};
 const KeychainItemKey kOtherUser{kKey.itemName, kKey.itemKind, QStringLiteral("quillfen user")};
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 int modeOf(const QString& path)
 {
@@ -96,7 +85,7 @@ TEST(PasswordFileStore, UnreadableFileIsAnErrorAndIsSetAsideRatherThanOverwritte
         SCOPED_TRACE(bytes.toStdString());
         QTemporaryDir dir;
         PasswordFileStore store(dir.path());
-        writeFile(store.filePath(), bytes);
+        ASSERT_TRUE(writeFile(store.filePath(), bytes));
 
         EXPECT_EQ(store.count(kKey).status, KeychainStatus::Corrupt);
         EXPECT_EQ(store.readFirst(kKey).status, KeychainStatus::Corrupt);

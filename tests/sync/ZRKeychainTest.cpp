@@ -1,5 +1,6 @@
 #include "sync/PasswordFileStore.h"
 #include "sync/ZRKeychain.h"
+#include "support/FileBytes.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -117,10 +118,7 @@ TEST_F(ZRKeychainTest, OperationsAndTheirLogLinesOnThePasswordFile)
 TEST_F(ZRKeychainTest, UnreadableFileReadsAsNullNotAsMissing)
 {
     useFileOnly();
-    QFile file(filePath());
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("{ truncated");
-    file.close();
+    ASSERT_TRUE(qf::test::writeFile(filePath(), "{ truncated"));
 
     LogCapture log;
     EXPECT_EQ(count(), 0);

@@ -57,15 +57,10 @@ TEST(CustomRange, BothEndsAreSetWithTheCalendarPickerAndStoredOnTheVault)
         CalendarPickerController& picker = CalendarPickerController::sharedInstance();
         from->calendarButton()->click();
         ASSERT_TRUE(picker.panel() && picker.panel()->isVisible());
-        EXPECT_EQ(picker.calendar()->selectedDate(), QDate(2025, 1, 3));
         picker.calendar()->setSelectedDate(QDate(2025, 1, 5));
         picker.doneButton()->click();
         EXPECT_EQ(from->date(), QDate(2025, 1, 5));
 
-        to->calendarButton()->click();
-        picker.calendar()->setSelectedDate(QDate(2025, 1, 20));
-        picker.cancelButton()->click(); // cancel keeps the date
-        EXPECT_EQ(to->date(), QDate::currentDate());
         to->calendarButton()->click();
         picker.calendar()->setSelectedDate(QDate(2025, 1, 20));
         picker.doneButton()->click();

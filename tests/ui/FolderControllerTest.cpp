@@ -1,5 +1,4 @@
 #include "app/ui/MainWindow.h"
-#include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "support/TempLedger.h"
@@ -139,9 +138,7 @@ TEST_F(FolderControllerTest, SmartFolderSharesButIsNotRenamedHereAndPanesOfOther
     EXPECT_TRUE(pane->isHidden());
     EXPECT_FALSE(button(folderPane, "editFolder")->isHidden());
 
-    AccountDetails details;
-    details.title = QStringLiteral("Checking");
-    ManagedObject* account = AccountRecords::createAccount(context, ledger.delegate(), details);
+    ManagedObject* account = ledger.addAccount(QStringLiteral("Checking"));
     context.processPendingChanges();
     EXPECT_EQ(select(account), nullptr);
     EXPECT_TRUE(folderPane->isHidden());

@@ -1,5 +1,4 @@
 #include "app/ui/MainWindow.h"
-#include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "support/ModalAnswer.h"
@@ -42,9 +41,7 @@ protected:
     void SetUp() override
     {
         Quillfen_AppDelegate& d = ledger.delegate();
-        AccountDetails details;
-        details.title = QStringLiteral("Checking");
-        checking = AccountRecords::createAccount(context, d, details);
+        checking = ledger.addAccount(QStringLiteral("Checking"));
         trip = VaultLibrary::insertVault(context, d, VaultType::Playlist, QStringLiteral("Trip"));
         ledger.addTransaction(QStringLiteral("Salary"), 2500, QStringLiteral("income"))
             ->setValueForKey(u"trans_accountID", checking->valueForKey(u"vault_uniqueID"));

@@ -1,5 +1,4 @@
 #include "app/ui/MainWindow.h"
-#include "editing/AccountRecords.h"
 #include "exchange/QIFImport.h"
 #include "exchange/ui/OFXController.h"
 #include "exchange/ui/QIFController.h"
@@ -36,9 +35,7 @@ protected:
     void SetUp() override
     {
         AccountOnlineController::setPreferredBrowser(AccountOnlineController::Browser::External);
-        AccountDetails details;
-        details.title = QStringLiteral("Checking");
-        account = AccountRecords::createAccount(context, ledger.delegate(), details);
+        account = ledger.addAccount(QStringLiteral("Checking"));
         ASSERT_TRUE(ledger.delegate().saveAction());
         window = std::make_unique<MainWindow>(ledger.delegate());
         window->setupSourceList();

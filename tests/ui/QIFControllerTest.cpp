@@ -1,5 +1,4 @@
 #include "app/ui/MainWindow.h"
-#include "editing/AccountRecords.h"
 #include "exchange/ui/ImportRecordModel.h"
 #include "exchange/ui/QIFController.h"
 #include "store/ManagedObjectContext.h"
@@ -38,9 +37,7 @@ protected:
 
     void SetUp() override
     {
-        AccountDetails details;
-        details.title = QStringLiteral("Checking");
-        checking = AccountRecords::createAccount(context, ledger.delegate(), details);
+        checking = ledger.addAccount(QStringLiteral("Checking"));
         checkingID = checking->valueForKey(u"vault_uniqueID").toString();
         ManagedObject* cleared = ledger.addTransaction(QStringLiteral("Old rent"), -900, {}, 200000000);
         cleared->setValueForKey(u"trans_accountID", Value(checkingID));
@@ -156,13 +153,6 @@ TEST_F(QIFControllerTest, LibraryTargetCollapsesTheAccountPaneAndUncheckedImport
     EXPECT_FALSE(qif->sheet()->isVisible());
     EXPECT_TRUE(importedTitles().isEmpty());
     EXPECT_EQ(window->sourceController()->selectedVaultID(), library()->valueForKey(u"vault_uniqueID").toString());
-
-    // Again, all checked, into the library: no account on the new records.
-    openSheet("day-first.qif", "Day/Month/Year", nullptr);
-    click("uncheckAllButton");
-    click("checkAllButton");
-    click("importButton");
-    EXPECT_EQ(importedTitles(), QStringList({QStringLiteral("Cafe Central@"), QStringLiteral("Payroll@")}));
 }
 
 TEST_F(QIFControllerTest, UnreadableFileAndCancelStoreNothing)
@@ -186,18 +176,4 @@ TEST_F(QIFControllerTest, UnreadableFileAndCancelStoreNothing)
     EXPECT_FALSE(qif->sheet()->isVisible());
     EXPECT_TRUE(importedTitles().isEmpty());
     EXPECT_FALSE(context.hasChanges());
-}
-
-TEST_F(QIFControllerTest, OfxRecordsArriveUncheckedAndImportOnceChecked)
-{
-    qif->showImportPanelWithDelegate(checking, {{{QStringLiteral("Payee"), Value("Card fee")},
-                                                 {QStringLiteral("Amount"), Value(-1.5)},
-                                                 {QStringLiteral("Date"), Value::date(300000000)},
-                                                 {QStringLiteral("QIFUniqueID"), Value("FIT-7")}}});
-    ASSERT_TRUE(qif->sheet()->isVisible());
-    EXPECT_EQ(shownColumn(qif->recordsTable(), 0, Qt::CheckStateRole), QStringList{QString::number(Qt::Unchecked)});
-    EXPECT_EQ(qif->accountsPopup()->currentText(), QStringLiteral("Checking"));
-    click("checkAllButton");
-    click("importButton");
-    EXPECT_EQ(importedTitles(), QStringList{QStringLiteral("Card fee@") + checkingID});
 }

@@ -1,11 +1,11 @@
-#include "app/SoundPlayer.h"
-#include "attachments/AttachmentTestSupport.h"
+#include "support/FileBytes.h"
 #include "attachments/ui/PhotoImageView.h"
 #include "attachments/ui/TransPhotoController.h"
 #include "store/ManagedObject.h"
 #include "support/DragAndDrop.h"
 #include "support/EventWait.h"
 #include "support/TempLedger.h"
+#include "support/RecordingPlayer.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -62,15 +62,6 @@ public:
     bool stopped = false;
     QSize wantedResolution;
     QImage frame;
-};
-
-class RecordingPlayer : public SoundPlayer {
-public:
-    explicit RecordingPlayer(QStringList& played) : m_played(played) {}
-    void play(const QString& name) override { m_played << name; }
-
-private:
-    QStringList& m_played;
 };
 
 QImage filled(int width, int height, QColor color)

