@@ -72,6 +72,18 @@ SharedString SharedString::fromQString(QStringView text)
 {
     if (text.isNull())
         return {};
+    // ASCII, most text a ledger holds, narrows straight in without a UTF-8 copy first.
+    const char16_t* wide = text.utf16();
+    const std::size_t size = static_cast<std::size_t>(text.size());
+    std::size_t ascii = 0;
+    while (ascii < size && wide[ascii] < 0x80)
+        ++ascii;
+    if (ascii == size) {
+        Rep* rep = allocate(size);
+        for (std::size_t i = 0; i < size; ++i)
+            rep->data[i] = static_cast<char>(wide[i]);
+        return SharedString(rep);
+    }
     const QByteArray utf8 = text.toUtf8();
     return fromUtf8(std::string_view(utf8.constData(), static_cast<std::size_t>(utf8.size())));
 }

@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
@@ -21,6 +22,9 @@ const QString kUniqueID = QStringLiteral("QIFUniqueID");
 
 bool isLineBreak(char16_t c)
 {
+    // One comparison clears printable ASCII, nearly every character a statement holds.
+    if (c > u'\r' && c < 0x85)
+        return false;
     return c == u'\n' || c == u'\r' || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
@@ -87,6 +91,29 @@ std::optional<char32_t> characterReference(QStringView digits)
     return char32_t(code);
 }
 
+bool startsWithAt(QStringView line, qsizetype at, QStringView marker)
+{
+    return line.size() - at >= marker.size() &&
+           std::memcmp(line.utf16() + at, marker.utf16(), marker.size() * sizeof(char16_t)) == 0;
+}
+
+// Calls `use` with each line of arrayWithLines, without collecting them.
+template <class Use>
+void forEachLine(QStringView text, Use use)
+{
+    const qsizetype n = text.size();
+    qsizetype start = 0;
+    while (start < n) {
+        qsizetype end = start;
+        while (end < n && !isLineBreak(text[end].unicode()))
+            ++end;
+        const QStringView line = text.sliced(start, end - start).trimmed();
+        if (!line.isEmpty())
+            use(line);
+        start = end + 1;
+    }
+}
+
 } // namespace
 
 struct OfxStatementReader::Private {
@@ -136,22 +163,91 @@ Result<OfxStatementReader::Records> OfxStatementReader::readData(QByteArrayView 
         return Result<Records>::failure(QStringLiteral("The statement is not UTF-8 text"), int(bom + bad));
     // The XML form goes to the parser as it is, without a copy as text first.
     if (bytes.contains("</TRNTYPE>"))
-        return readTidied(OfxXmlTidy::prettyPrint(bytes));
+        return readXml(bytes);
     return readText(QString::fromUtf8(bytes));
 }
 
 Result<OfxStatementReader::Records> OfxStatementReader::readText(QStringView text)
 {
     if (isXmlForm(text))
-        return readTidied(OfxXmlTidy::prettyPrint(text));
+        return readXml(text.toUtf8());
     return readLines(text);
 }
 
-Result<OfxStatementReader::Records> OfxStatementReader::readTidied(Result<QString> tidied)
+// Applies bankTransactionList and transactionTexts to the printed lines as
+// they come: the markers hold no line break, so each lies within one line.
+struct OfxStatementReader::ListReader : OfxXmlTidy::LineSink {
+    explicit ListReader(OfxStatementReader& reader) : reader(reader) {}
+
+    void line(QStringView line) override
+    {
+        static constexpr QStringView start = u"<BANKTRANLIST>";
+        static constexpr QStringView end = u"</BANKTRANLIST>";
+        static constexpr QStringView separator = u"</STMTTRN>";
+        if (state == State::Done)
+            return;
+        if (state == State::Before) {
+            const qsizetype from = line.indexOf(start);
+            if (from < 0)
+                return;
+            line = line.sliced(from + start.size());
+            state = State::Inside;
+        }
+        // One walk finds the separators and the list's end, whichever comes first.
+        const char16_t* text = line.utf16();
+        qsizetype pos = 0;
+        for (qsizetype at = 0; at + separator.size() <= line.size(); ++at) {
+            if (text[at] != u'<' || text[at + 1] != u'/')
+                continue;
+            if (startsWithAt(line, at, end)) {
+                line = line.first(at);
+                state = State::Done;
+                break;
+            }
+            if (startsWithAt(line, at, separator)) {
+                reader.addLines(current, line.sliced(pos, at - pos));
+                finishRecord();
+                pos = at + separator.size();
+                at = pos - 1;
+            }
+        }
+        reader.addLines(current, line.sliced(pos));
+    }
+
+    void restart() override
+    {
+        state = State::Before;
+        current.clear();
+        records.clear();
+    }
+
+    Records take()
+    {
+        if (state != State::Before)
+            finishRecord();
+        return std::move(records);
+    }
+
+    void finishRecord()
+    {
+        if (!current.empty())
+            records.push_back(std::move(current));
+        current.clear();
+    }
+
+    enum class State { Before, Inside, Done };
+    OfxStatementReader& reader;
+    State state = State::Before;
+    ValueDictionary current;
+    Records records;
+};
+
+Result<OfxStatementReader::Records> OfxStatementReader::readXml(QByteArrayView utf8)
 {
-    if (!tidied)
-        return tidied.error();
-    return readLines(*tidied);
+    ListReader list(*this);
+    if (Status printed = OfxXmlTidy::printLines(utf8, list); !printed)
+        return printed.error();
+    return list.take();
 }
 
 OfxStatementReader::Records OfxStatementReader::readLines(QStringView text)
@@ -205,10 +301,16 @@ OfxStatementReader::Records OfxStatementReader::processTransArray(const std::vec
 ValueDictionary OfxStatementReader::processTransString(QStringView text)
 {
     ValueDictionary record;
-    for (QStringView line : arrayWithLines(text)) {
+    addLines(record, text);
+    return record;
+}
+
+void OfxStatementReader::addLines(ValueDictionary& record, QStringView text)
+{
+    forEachLine(text, [&](QStringView line) {
         const QStringView tag = typeFromLine(line);
         if (tag.isEmpty())
-            continue;
+            return;
         const QStringView value = valueFromLine(line);
         if (tag == u"DTPOSTED") {
             if (auto date = parseDate(value))
@@ -218,48 +320,48 @@ ValueDictionary OfxStatementReader::processTransString(QStringView text)
                 record[kAmount] = Value(*amount);
         } else {
             const QString key = tag == u"NAME" ? kPayee : tag == u"FITID" ? kUniqueID : d->key(tag);
-            record[key] = value.contains(u'&') ? Value(decodeEntities(value)) : Value(SharedString::fromQString(value));
+            const bool escaped = std::find(value.begin(), value.end(), u'&') != value.end();
+            record[key] = escaped ? Value(decodeEntities(value)) : Value(SharedString::fromQString(value));
         }
-    }
-    return record;
+    });
 }
 
 std::vector<QStringView> OfxStatementReader::arrayWithLines(QStringView text)
 {
     std::vector<QStringView> lines;
-    const qsizetype n = text.size();
-    qsizetype start = 0;
-    while (start < n) {
-        qsizetype end = start;
-        while (end < n && !isLineBreak(text[end].unicode()))
-            ++end;
-        const QStringView line = text.sliced(start, end - start).trimmed();
-        if (!line.isEmpty())
-            lines.push_back(line);
-        start = end + 1;
-    }
+    forEachLine(text, [&](QStringView line) { lines.push_back(line); });
     return lines;
 }
 
+// Both walk the line by hand: they run on every line of a statement, and the
+// lines are too short for the general searches to pay off.
 QStringView OfxStatementReader::typeFromLine(QStringView line)
 {
-    const qsizetype open = line.indexOf(u'<');
-    const qsizetype close = line.indexOf(u'>');
-    if (open < 0 || close <= open)
-        return {};
-    return line.sliced(open + 1, close - open - 1);
+    const char16_t* text = line.utf16();
+    qsizetype open = -1;
+    for (qsizetype i = 0; i < line.size(); ++i) {
+        if (text[i] == u'>')
+            return open < 0 ? QStringView() : line.sliced(open + 1, i - open - 1);
+        if (text[i] == u'<' && open < 0)
+            open = i;
+    }
+    return {};
 }
 
 QStringView OfxStatementReader::valueFromLine(QStringView line)
 {
-    const qsizetype close = line.indexOf(u'>');
-    if (close < 0)
+    const char16_t* text = line.utf16();
+    qsizetype close = 0;
+    while (close < line.size() && text[close] != u'>')
+        ++close;
+    if (close == line.size())
         return {};
     // "<NAME>text" runs to the end; "<NAME>text</NAME>" stops at the last
     // "<", so a "<" inside the text survives.
-    const qsizetype lastOpen = line.lastIndexOf(u'<');
-    if (lastOpen > close)
-        return line.sliced(close + 1, lastOpen - close - 1);
+    for (qsizetype lastOpen = line.size() - 1; lastOpen > close; --lastOpen) {
+        if (text[lastOpen] == u'<')
+            return line.sliced(close + 1, lastOpen - close - 1);
+    }
     return line.sliced(close + 1);
 }
 

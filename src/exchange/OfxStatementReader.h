@@ -15,7 +15,8 @@ namespace qf {
 // Reads the transactions of a bank statement file (.ofx, .qfx) into import
 // records, in both of its forms: the older one with a tag on each line and
 // no end tags on values, and the XML form (told apart by "</TRNTYPE>"),
-// which is first printed one element per line (OfxXmlTidy).
+// which is first printed one element per line (OfxXmlTidy) and read line by
+// line as it is printed.
 //
 // Only the first <BANKTRANLIST> is read; each piece of it up to a
 // </STMTTRN> becomes one record, kept when it has at least one entry. The
@@ -74,8 +75,11 @@ public:
     static std::optional<double> parseAmount(QStringView text);
 
 private:
-    Result<Records> readTidied(Result<QString> tidied);
+    Result<Records> readXml(QByteArrayView utf8);
     Records readLines(QStringView text);
+    void addLines(ValueDictionary& record, QStringView text);
+
+    struct ListReader;
 
     struct Private;
     std::unique_ptr<Private> d;

@@ -26,8 +26,21 @@ class OfxXmlTidy {
 public:
     static constexpr int kMaxDepth = 64;
 
+    // Takes the printed lines one at a time, without their line breaks.
+    class LineSink {
+    public:
+        virtual ~LineSink() = default;
+        virtual void line(QStringView line) = 0;
+        // The lines so far came from a first attempt that failed; the
+        // repaired text's lines follow.
+        virtual void restart() = 0;
+    };
+
     static Result<QString> prettyPrint(QByteArrayView utf8);
     static Result<QString> prettyPrint(QStringView text);
+    // The same lines handed over as they are printed, so that the whole
+    // text is never held. The lines of a document that fails are not to be used.
+    static Status printLines(QByteArrayView utf8, LineSink& sink);
 
     // Inserts the end tag of every element whose text is not followed by it:
     // "<CODE>0<SEVERITY>INFO" becomes "<CODE>0</CODE><SEVERITY>INFO</SEVERITY>".
