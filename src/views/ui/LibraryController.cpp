@@ -76,7 +76,7 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
         button->setToolTip(tr(tip));
         button->setCheckable(true);
         button->setAutoRaise(true);
-        connect(button, &QToolButton::clicked, this, [this, viewBy] { setViewBy(viewBy); });
+        connect(button, &QToolButton::clicked, this, [this, viewBy = viewBy] { setViewBy(viewBy); });
         m_viewButtons->addButton(button);
         bar->addWidget(button);
     }
