@@ -223,14 +223,8 @@ QWidget* AccountController::buildEditPage()
     for (QLineEdit* edit : {m_nameField, m_bankField, m_numberField, m_urlField, m_amountField})
         connect(edit, &QLineEdit::returnPressed, this, &AccountController::saveEditAccountInfo);
 
-    auto* heading = new QLabel(tr("Edit Account"), page);
-    QFont bold = heading->font();
-    bold.setBold(true);
-    heading->setFont(bold);
-
-    auto* grid = new QGridLayout;
-    grid->setHorizontalSpacing(8);
-    grid->setVerticalSpacing(6);
+    QLabel* heading = infopane::editHeading(tr("Edit Account"), page);
+    QGridLayout* grid = infopane::editGrid();
     grid->addWidget(infopane::nameLabel(tr("Name:"), page), 0, 0);
     grid->addWidget(m_nameField, 0, 1);
     grid->addWidget(infopane::nameLabel(tr("Bank:"), page), 1, 0);

@@ -90,14 +90,8 @@ QWidget* FolderController::buildEditPage()
     m_shareBox = new QCheckBox(tr("Share this folder on the network"), page);
     m_shareBox->setObjectName(QStringLiteral("shareBox"));
 
-    auto* heading = new QLabel(tr("Rename Folder"), page);
-    QFont bold = heading->font();
-    bold.setBold(true);
-    heading->setFont(bold);
-
-    auto* grid = new QGridLayout;
-    grid->setHorizontalSpacing(8);
-    grid->setVerticalSpacing(6);
+    QLabel* heading = infopane::editHeading(tr("Rename Folder"), page);
+    QGridLayout* grid = infopane::editGrid();
     grid->addWidget(infopane::nameLabel(tr("Name:"), page), 0, 0);
     grid->addWidget(m_nameField, 0, 1);
     grid->addWidget(m_shareBox, 1, 1);

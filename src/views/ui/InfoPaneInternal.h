@@ -5,6 +5,7 @@
 // pages (details and edit form) of which only the shown one takes room.
 
 #include <QFrame>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeySequence>
 #include <QPushButton>
@@ -34,6 +35,24 @@ inline QLabel* titleLabel(QWidget* parent)
     label->setFont(font);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     return label;
+}
+
+// The edit page's heading, and the grid its fields sit in.
+inline QLabel* editHeading(const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    QFont bold = label->font();
+    bold.setBold(true);
+    label->setFont(bold);
+    return label;
+}
+
+inline QGridLayout* editGrid()
+{
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(8);
+    grid->setVerticalSpacing(6);
+    return grid;
 }
 
 // A field's name: right-aligned and muted, as in a form.
