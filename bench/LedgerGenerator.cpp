@@ -121,8 +121,8 @@ Status LedgerGenerator::writeStore(const QString& folder, const LedgerShape& sha
     for (int i = 0; i < shape.payees; ++i)
         payees.push_back(g.payee());
 
-    if (Status s = (*store)->save(vaults, nextKey); !s)
-        return s;
+    if (auto s = (*store)->save(vaults); !s)
+        return s.error();
 
     // Written in batches so the generator itself stays small in memory.
     constexpr std::int64_t kBatch = 50000;
@@ -157,8 +157,8 @@ Status LedgerGenerator::writeStore(const QString& folder, const LedgerShape& sha
             put(t, u"trans_reoccurrence", Value("Never"));
             put(t, u"trans_setiCalEvent", Value::boolean(false));
         }
-        if (Status s = (*store)->save(batch, nextKey); !s)
-            return s;
+        if (auto s = (*store)->save(batch); !s)
+            return s.error();
         done += count;
     }
     return Status::ok();

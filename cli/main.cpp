@@ -46,7 +46,15 @@ int main(int argc, char** argv)
     // Global options are the app's; commands must not see them as their own.
     cli::CommandLine commandLine = *line;
     commandLine.removeOptions({QStringLiteral("data-dir"), QStringLiteral("example"), QStringLiteral("locale")});
-    cli::LedgerCli ledger(delegate, out, err);
+    // What a command that changes the ledger prints (new ids, counts) is
+    // held back until the save has put the change on disk.
+    static const QStringList kChangingCommands{QStringLiteral("add-vault"),  QStringLiteral("add"),
+                                               QStringLiteral("set"),        QStringLiteral("delete"),
+                                               QStringLiteral("import-qif"), QStringLiteral("import-ofx")};
+    const bool changesLedger = kChangingCommands.contains(commandLine.command());
+    QString held;
+    QTextStream heldOut(&held);
+    cli::LedgerCli ledger(delegate, changesLedger ? heldOut : out, err);
 
     if (commandLine.command() != QLatin1String("predicate")) {
         delegate.managedObjectContext();
@@ -66,6 +74,9 @@ int main(int argc, char** argv)
         err << "quillfen-cli: could not save the ledger: " << why << Qt::endl;
         return cli::Failure;
     }
+    heldOut.flush();
+    out << held;
+    out.flush();
     delegate.applicationWillTerminate();
     return cli::Success;
 }

@@ -72,6 +72,8 @@ int main(int argc, char** argv)
         QMessageBox::critical(nullptr, QObject::tr("Could Not Open the Ledger"), delegate.storeError()->describe());
     }
     delegate.applicationDidFinishLaunching();
+    // A script's import or a second process's save shows up without a restart.
+    delegate.followStoreChanges();
 
     MainWindow window(delegate);
     for (const QString& file : files)

@@ -17,6 +17,7 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTimer>
 #include <QUuid>
 #include <algorithm>
 
@@ -112,6 +113,31 @@ Status Quillfen_AppDelegate::saveAction()
     if (isUsingExampleStore())
         return Status::ok();
     return managedObjectContext()->save();
+}
+
+void Quillfen_AppDelegate::followStoreChanges(int intervalMs)
+{
+    if (!m_followTimer) {
+        m_followTimer = new QTimer(this);
+        connect(m_followTimer, &QTimer::timeout, this, &Quillfen_AppDelegate::mergeChangesFromElsewhere);
+    }
+    m_followTimer->start(intervalMs);
+}
+
+bool Quillfen_AppDelegate::mergeChangesFromElsewhere()
+{
+    // The example store is this process's alone.
+    if (isUsingExampleStore() || !m_managedObjectContext || !m_managedObjectContext->hasChangedElsewhere())
+        return true;
+    const Status merged = m_managedObjectContext->mergeChangesFromStore();
+    if (!merged) {
+        if (merged.message() != m_mergeError)
+            qWarning("%s", qPrintable(merged.message()));
+        m_mergeError = merged.message();
+        return false;
+    }
+    m_mergeError.clear();
+    return true;
 }
 
 void Quillfen_AppDelegate::changeContextToDemo()

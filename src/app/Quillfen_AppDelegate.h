@@ -11,6 +11,8 @@
 #include <optional>
 #include <vector>
 
+class QTimer;
+
 namespace qf {
 
 class AmountFormatter;
@@ -44,6 +46,11 @@ public:
     const std::optional<Error>& storeError() const { return m_storeError; }
 
     Status saveAction();
+    // Polls the user's store for saves of other processes (a script, a
+    // second window) every interval, and merges them into the context.
+    void followStoreChanges(int intervalMs = 500);
+    // One poll: merges when another process saved. False only when merging failed.
+    bool mergeChangesFromElsewhere();
     void changeContextToDemo();
     void changeContextToNormal();
 
@@ -131,6 +138,8 @@ private:
     ManagedObjectContext* openExampleContext();
     QString exampleSourceFolder() const;
 
+    QTimer* m_followTimer = nullptr;
+    QString m_mergeError; // the last one logged, so a lasting failure is logged once
     QString m_dataFolderOverride;
     std::unique_ptr<ManagedObjectContext> m_managedObjectContext;
     std::unique_ptr<ManagedObjectContext> m_exampleManagedObjectContext;

@@ -202,11 +202,20 @@ void ManagedObject::writeValue(int attributeIndex, Value value, bool registerUnd
         return;
     m_context.objectWillChange(this);
     State& s = *m_state;
-    if (s.inStore && !s.committedValue(attributeIndex))
+    const bool firstSinceSave = s.inStore && !s.committedValue(attributeIndex);
+    if (firstSinceSave)
         s.committed.emplace_back(attributeIndex, current);
     if (registerUndo) {
-        m_context.undoManager().registerUndo(
-            [this, attributeIndex, old = current] { writeValue(attributeIndex, old, true); });
+        m_context.undoManager().registerUndo([this, attributeIndex, old = current, firstSinceSave,
+                                              saves = m_context.saveCount()] {
+            // Undoing the first change of a key since the last save returns to
+            // what the file holds now: another process may have saved a
+            // newer value meanwhile, which old predates.
+            const Value* stored = firstSinceSave && saves == m_context.saveCount() && m_state
+                                      ? m_state->committedValue(attributeIndex)
+                                      : nullptr;
+            writeValue(attributeIndex, stored ? *stored : old, true);
+        });
     }
     storeValue(attributeIndex, std::move(coerced));
     if (s.inStore)

@@ -6,7 +6,9 @@
 #include <QMetaObject>
 #include <QUuid>
 #include <algorithm>
+#include <set>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace qf {
 
@@ -37,6 +39,36 @@ struct EntityTable {
         members.push_back(std::move(object));
     }
 
+    // A record another process saved: its key may fall before records of
+    // this one still waiting for theirs, so it goes where its key belongs.
+    void addInOrder(std::unique_ptr<ManagedObject> object)
+    {
+        if (!keysAscending || members.empty() || members.back()->primaryKey() < object->primaryKey()) {
+            add(std::move(object));
+            return;
+        }
+        if (byKeyBuilt)
+            byKey.emplace(object->primaryKey(), object.get());
+        const auto at = std::lower_bound(members.begin(), members.end(), object->primaryKey(),
+                                         [](const auto& member, std::int64_t key) { return member->primaryKey() < key; });
+        members.insert(at, std::move(object));
+        liveStale = true;
+    }
+
+    // After a save gave records their keys: back in key order for lookups,
+    // which also keeps objects() in the order a fresh load would give.
+    void restoreKeyOrder()
+    {
+        auto byPrimaryKey = [](const auto& a, const auto& b) { return a->primaryKey() < b->primaryKey(); };
+        if (!std::is_sorted(members.begin(), members.end(), byPrimaryKey)) {
+            std::stable_sort(members.begin(), members.end(), byPrimaryKey);
+            liveStale = true;
+        }
+        keysAscending = true;
+        byKey.clear();
+        byKeyBuilt = false;
+    }
+
     ManagedObject* find(std::int64_t primaryKey)
     {
         if (keysAscending) {
@@ -54,6 +86,12 @@ struct EntityTable {
         return it != byKey.end() ? it->second : nullptr;
     }
 };
+
+std::vector<std::pair<int, Value>>& noCommittedValues()
+{
+    static std::vector<std::pair<int, Value>> none;
+    return none;
+}
 
 RawRecord rawRecordOf(const ManagedObject& object)
 {
@@ -93,7 +131,12 @@ struct ManagedObjectContext::Private {
         return ++counter;
     }
     bool announcementScheduled = false;
-    std::int64_t nextObjectID = 1;
+    std::int64_t nextProvisionalKey = kFirstProvisionalKey;
+    // Where in the store's history of saves this context stands, and the
+    // later saves that were its own (nothing to merge from those).
+    std::uint64_t syncedGeneration = 0;
+    std::set<std::uint64_t> ownGenerations;
+    std::uint64_t saves = 0;
     QString ownUUID;
 
     EntityTable* table(const EntityDescription& entity) const
@@ -130,7 +173,23 @@ struct ManagedObjectContext::Private {
         pending.clear();
         changeLog.clear();
         loadGeneration = nextGeneration();
-        nextObjectID = 1;
+        nextProvisionalKey = kFirstProvisionalKey;
+        syncedGeneration = 0;
+        ownGenerations.clear();
+    }
+
+    void noteSavedGeneration(std::uint64_t generation)
+    {
+        if (generation == 0)
+            return;
+        if (generation == syncedGeneration + 1)
+            syncedGeneration = generation;
+        else
+            ownGenerations.insert(generation);
+        while (!ownGenerations.empty() && *ownGenerations.begin() <= syncedGeneration + 1) {
+            syncedGeneration = std::max(syncedGeneration, *ownGenerations.begin());
+            ownGenerations.erase(ownGenerations.begin());
+        }
     }
 };
 
@@ -165,7 +224,6 @@ Status ManagedObjectContext::load()
         std::vector<std::vector<std::int64_t>> keys;
     };
     std::vector<PendingLinks> links;
-    std::int64_t maxKey = 0;
     EntityTable* last = nullptr;
     const Status status = m_store->load([&](RawRecord&& raw) {
         if (!raw.entity)
@@ -176,7 +234,6 @@ Status ManagedObjectContext::load()
         if (!object)
             object = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
         object->adoptLoadedValues(raw.attributes, d->arena);
-        maxKey = std::max(maxKey, raw.primaryKey);
         const bool linked = std::any_of(raw.relationships.begin(), raw.relationships.end(),
                                         [](const auto& keys) { return !keys.empty(); });
         if (linked)
@@ -209,7 +266,7 @@ Status ManagedObjectContext::load()
         for (const auto& object : t->members)
             t->live.push_back(object.get());
     }
-    d->nextObjectID = std::max(m_store->metadata().nextObjectID, maxKey + 1);
+    d->syncedGeneration = m_store->loadedGeneration();
     for (PendingLinks& link : links)
         link.object->awakeFromLoad();
     return Status::ok();
@@ -218,7 +275,7 @@ Status ManagedObjectContext::load()
 ManagedObject* ManagedObjectContext::insertNewObject(const EntityDescription& entity)
 {
     EntityTable& t = d->tableFor(entity);
-    const std::int64_t key = d->nextObjectID++;
+    const std::int64_t key = d->nextProvisionalKey++;
     std::unique_ptr<ManagedObject> made = d->factory ? d->factory(entity, *this, key) : nullptr;
     if (!made)
         made = std::make_unique<ManagedObject>(entity, *this, key);
@@ -419,28 +476,57 @@ Status ManagedObjectContext::save()
     processPendingChanges();
 
     ChangeSet changes;
-    for (const ManagedObject* object : d->changed) {
+    std::vector<ManagedObject*> inserted;
+    for (ManagedObject* object : d->changed) {
         const ManagedObject::State& s = *object->m_state;
         if (s.present && !s.inStore) {
             changes.inserted.push_back(rawRecordOf(*object));
+            inserted.push_back(object);
         } else if (!s.present && s.inStore) {
             RawRecord raw;
             raw.entity = &object->entity();
             raw.primaryKey = object->primaryKey();
             changes.deleted.push_back(std::move(raw));
         } else if (s.present && s.updated) {
-            // A value written and written back is no change worth a row.
-            bool differs = s.committedRelationships && *s.committedRelationships != s.relationships;
-            for (const auto& [index, committed] : s.committed)
-                differs = differs || committed != object->primitiveValue(index);
-            if (differs)
-                changes.updated.push_back(rawRecordOf(*object));
+            // Only the keys that differ from what was loaded are written: a
+            // value written and written back is no change, and keys left
+            // alone keep what another process saved to them meanwhile.
+            RecordUpdate update;
+            for (const auto& [index, committed] : s.committed) {
+                if (committed != object->primitiveValue(index))
+                    update.changedAttributes |= 1u << index;
+            }
+            update.relationshipsChanged = s.committedRelationships && *s.committedRelationships != s.relationships;
+            if (update.changedAttributes != 0 || update.relationshipsChanged) {
+                update.record = rawRecordOf(*object);
+                changes.updated.push_back(std::move(update));
+            }
         }
     }
+    std::vector<ManagedObject*> vanished;
     if (!changes.isEmpty()) {
-        const Status status = m_store->save(changes, d->nextObjectID);
-        if (!status)
-            return Status::failure(QStringLiteral("Could not save the ledger: %1").arg(status.message()));
+        Result<SaveOutcome> saved = m_store->save(changes);
+        if (!saved)
+            return Status::failure(QStringLiteral("Could not save the ledger: %1").arg(saved.message()));
+        std::unordered_set<EntityTable*> rekeyed;
+        for (std::size_t i = 0; i < inserted.size() && i < saved->insertedKeys.size(); ++i) {
+            ManagedObject* object = inserted[i];
+            if (object->m_primaryKey != saved->insertedKeys[i]) {
+                object->m_primaryKey = saved->insertedKeys[i];
+                rekeyed.insert(d->table(object->entity()));
+            }
+        }
+        for (EntityTable* t : rekeyed)
+            t->restoreKeyOrder();
+        for (std::int64_t key : saved->vanishedKeys) {
+            for (const RecordUpdate& update : changes.updated) {
+                if (update.record.primaryKey == key) {
+                    if (ManagedObject* object = d->table(*update.record.entity)->find(key))
+                        vanished.push_back(object);
+                }
+            }
+        }
+        d->noteSavedGeneration(saved->generation);
     }
 
     for (ManagedObject* object : d->changed) {
@@ -454,7 +540,204 @@ Status ManagedObjectContext::save()
             object->m_state.reset();
     }
     d->changed.clear();
+    ++d->saves;
+    // Another process deleted these while this one changed them: the
+    // deletion stands, here as in the file.
+    for (ManagedObject* object : vanished)
+        forgetDeletedElsewhere(object);
     return Status::ok();
+}
+
+std::uint64_t ManagedObjectContext::saveCount() const
+{
+    return d->saves;
+}
+
+bool ManagedObjectContext::hasChangedElsewhere()
+{
+    return m_store && m_store->hasChangedElsewhere();
+}
+
+Status ManagedObjectContext::mergeChangesFromStore()
+{
+    if (!m_store)
+        return Status::ok();
+    Result<StoreChanges> changes = m_store->changesSince(d->syncedGeneration, d->ownGenerations);
+    if (!changes)
+        return Status::failure(QStringLiteral("Could not read what another program saved: %1").arg(changes.message()));
+    applyStoreChanges(*changes);
+    d->syncedGeneration = std::max(d->syncedGeneration, changes->generation);
+    while (!d->ownGenerations.empty() && *d->ownGenerations.begin() <= d->syncedGeneration)
+        d->ownGenerations.erase(d->ownGenerations.begin());
+    return Status::ok();
+}
+
+void ManagedObjectContext::objectWasMerged(ManagedObject* object)
+{
+    d->changeLog.push_back(object);
+    ManagedObject::State& state = object->state();
+    if (state.queued)
+        return;
+    state.queued = true;
+    state.wasPresent = state.present;
+    d->pending.push_back(object);
+    if (!d->announcementScheduled) {
+        d->announcementScheduled = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                d->announcementScheduled = false;
+                processPendingChanges();
+            },
+            Qt::QueuedConnection);
+    }
+}
+
+void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
+{
+    struct PendingLinks {
+        ManagedObject* object;
+        std::vector<std::vector<std::int64_t>> keys;
+    };
+    std::vector<PendingLinks> links;
+    std::unordered_map<const EntityDescription*, std::unordered_set<std::int64_t>> seen;
+
+    for (RawRecord& raw : changes.records) {
+        if (!raw.entity)
+            continue;
+        EntityTable& t = d->tableFor(*raw.entity);
+        if (changes.complete)
+            seen[raw.entity].insert(raw.primaryKey);
+        ManagedObject* object = t.find(raw.primaryKey);
+        if (!object) {
+            std::unique_ptr<ManagedObject> made = d->factory ? d->factory(*raw.entity, *this, raw.primaryKey) : nullptr;
+            if (!made)
+                made = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
+            object = made.get();
+            object->adoptLoadedValues(raw.attributes, d->arena);
+            object->state().present = false;
+            objectWasMerged(object);
+            object->state().present = true;
+            t.addInOrder(std::move(made));
+            t.liveStale = true;
+            links.push_back({object, std::move(raw.relationships)});
+            continue;
+        }
+        ManagedObject::State* s = object->m_state.get();
+        if (s && !s->present)
+            continue; // deleted here and not saved yet: that deletion is saved next
+        std::vector<int> changed;
+        for (int i = 0; i < raw.entity->attributeCount() && i < static_cast<int>(raw.attributes.size()); ++i) {
+            Value& stored = raw.attributes[static_cast<std::size_t>(i)];
+            // A key changed here and not saved yet keeps this process's
+            // value; what it was changed from is now what the file holds.
+            Value* committed = nullptr;
+            for (auto& entry : s ? s->committed : noCommittedValues()) {
+                if (entry.first == i)
+                    committed = &entry.second;
+            }
+            if (committed) {
+                *committed = std::move(stored);
+                continue;
+            }
+            if (object->primitiveValue(i) != stored) {
+                object->storeValue(i, std::move(stored));
+                changed.push_back(i);
+            }
+        }
+        if (!changed.empty()) {
+            objectWasMerged(object);
+            object->awakeFromLoad();
+            for (int i : changed)
+                object->didChangeValue(i);
+        }
+        links.push_back({object, std::move(raw.relationships)});
+    }
+
+    // Links are resolved once every merged record is in place.
+    for (PendingLinks& link : links) {
+        ManagedObject* object = link.object;
+        const auto& relationships = object->entity().relationships();
+        if (relationships.empty())
+            continue;
+        ManagedObject::State::Relationships resolved(relationships.size());
+        for (std::size_t r = 0; r < relationships.size() && r < link.keys.size(); ++r) {
+            EntityTable* destination = d->table(relationships[r].destinationEntity);
+            for (std::int64_t key : link.keys[r]) {
+                if (ManagedObject* related = destination ? destination->find(key) : nullptr)
+                    resolved[r].push_back(related);
+            }
+        }
+        ManagedObject::State& s = object->state();
+        if (s.committedRelationships) {
+            *s.committedRelationships = std::move(resolved);
+            continue;
+        }
+        s.relationships.resize(relationships.size());
+        if (s.relationships != resolved) {
+            objectWasMerged(object);
+            s.relationships = std::move(resolved);
+        }
+    }
+
+    for (const auto& [entity, key] : changes.gone) {
+        EntityTable* t = d->table(*entity);
+        if (ManagedObject* object = t ? t->find(key) : nullptr)
+            forgetDeletedElsewhere(object);
+    }
+    if (changes.complete) {
+        // Everything the file holds was handed over: whatever this context
+        // had from the file and did not get again is gone.
+        std::vector<ManagedObject*> gone;
+        for (const auto& t : d->tables) {
+            const auto& keys = seen[t->entity];
+            for (const auto& object : t->members) {
+                const ManagedObject::State* s = object->m_state.get();
+                const bool fromFile = !s || s->inStore;
+                if (fromFile && !isProvisionalKey(object->primaryKey()) && !keys.count(object->primaryKey()))
+                    gone.push_back(object.get());
+            }
+        }
+        for (ManagedObject* object : gone)
+            forgetDeletedElsewhere(object);
+    }
+}
+
+void ManagedObjectContext::forgetDeletedElsewhere(ManagedObject* object)
+{
+    ManagedObject::State& s = object->state();
+    if (!s.inStore)
+        return;
+    objectWasMerged(object);
+    if (s.present)
+        d->table(object->entity())->liveStale = true;
+    s.present = false;
+    s.inStore = false;
+    s.updated = false;
+    s.committed.clear();
+    s.committedRelationships.reset();
+    if (s.tracked) {
+        s.tracked = false;
+        std::erase(d->changed, object);
+    }
+    // The file lost its links to the record with it; so do the records here.
+    const QString& entityName = object->entity().name();
+    for (const auto& t : d->tables) {
+        const auto& relationships = t->entity->relationships();
+        for (std::size_t r = 0; r < relationships.size(); ++r) {
+            if (relationships[r].destinationEntity != entityName)
+                continue;
+            for (const auto& holder : t->members) {
+                ManagedObject::State* held = holder->m_state.get();
+                if (!held)
+                    continue;
+                if (r < held->relationships.size())
+                    std::erase(held->relationships[r], object);
+                if (held->committedRelationships && r < held->committedRelationships->size())
+                    std::erase((*held->committedRelationships)[r], object);
+            }
+        }
+    }
 }
 
 void ManagedObjectContext::rollback()

@@ -60,8 +60,21 @@ public:
     bool hasChanges() const;
 
     // Writes all changes in one transaction. On failure nothing is written,
-    // the changes stay in memory and the error says why.
+    // the changes stay in memory and the error says why. Records inserted
+    // since the last save get their keys (and object URIs) from the store
+    // here. A record this context changed that another process deleted
+    // meanwhile stays deleted, and is announced as deleted.
     Status save();
+
+    // Another process may save to the same file. Cheap to poll: whether one
+    // did since the last merge or load.
+    bool hasChangedElsewhere();
+    // Takes in what other processes saved since this context last looked:
+    // their new records, their values of keys this context has not changed
+    // since its last save, and their deletions. Unsaved changes made here,
+    // and the undo stack, stay. The merged records are announced like any
+    // change.
+    Status mergeChangesFromStore();
     // Drops every unsaved change, back to the last saved state.
     void rollback();
 
@@ -88,8 +101,14 @@ private:
     // Every tracked change of a record passes here first, before the record
     // changes: it starts the record's bookkeeping and queues the announcement.
     void objectWillChange(ManagedObject* object);
+    // A change that came from the file: announced and logged, but not one to save.
+    void objectWasMerged(ManagedObject* object);
+    void applyStoreChanges(StoreChanges& changes);
+    void forgetDeletedElsewhere(ManagedObject* object);
     void undeleteObject(ManagedObject* object);
     QString storeUUID() const;
+    // Counts successful saves, so an undo step can tell whether one came between.
+    std::uint64_t saveCount() const;
     std::unique_ptr<PersistentStore> m_store;
     std::unique_ptr<UndoManager> m_undoManager;
     std::unique_ptr<Private> d;

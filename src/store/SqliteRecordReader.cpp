@@ -254,6 +254,22 @@ Status SqliteRecordReader::readRange(sqlite3* db, KeyRange range, const RecordSi
     return readAll(db, select.get(), sink);
 }
 
+Status SqliteRecordReader::readKeys(sqlite3* db, const std::vector<std::int64_t>& keys, const RecordSink& sink)
+{
+    Statement select;
+    if (Status ok = select.prepare(db, selectSql()); !ok)
+        return ok;
+    for (std::int64_t key : keys) {
+        sqlite3_bind_int64(select.get(), 1, key);
+        sqlite3_bind_int64(select.get(), 2, key);
+        const Status read = readAll(db, select.get(), sink);
+        sqlite3_reset(select.get());
+        if (!read)
+            return read;
+    }
+    return Status::ok();
+}
+
 void SqliteRecordReader::readChunksSeparately(const QString& path, Chunks& chunks) const
 {
     SqliteRecordReader reader(m_entity, m_columns);

@@ -57,6 +57,10 @@ public:
     // come from the thread calling this, so the connections see the same data.
     Status readTable(sqlite3* db, const QString& path, const RecordSink& sink);
 
+    // The rows of the given keys, in the order given; a key without a row is
+    // skipped. Reads on the caller's connection, in its transaction.
+    Status readKeys(sqlite3* db, const std::vector<std::int64_t>& keys, const RecordSink& sink);
+
 private:
     struct KeyRange {
         std::int64_t first, last;

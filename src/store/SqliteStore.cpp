@@ -1,5 +1,6 @@
 #include "store/SqliteStore.h"
 
+#include "store/KeyAssignment.h"
 #include "store/SqliteRecordReader.h"
 #include "store/SqliteStoreInternal.h"
 
@@ -7,6 +8,8 @@
 #include <QFileInfo>
 #include <QUuid>
 
+#include <algorithm>
+#include <set>
 #include <unordered_map>
 
 namespace qf {
@@ -14,25 +17,60 @@ namespace qf {
 using namespace qf::sqlite;
 
 const char* const SqliteStore::kMetadataTable = "QuillfenMetadata";
+const char* const SqliteStore::kChangeLogTable = "QuillfenChanges";
 
 namespace {
 
 QString newStoreUUID() { return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(); }
 
+QByteArray metadataTable() { return quoted(QString::fromLatin1(SqliteStore::kMetadataTable)); }
+QByteArray changeLogTable() { return quoted(QString::fromLatin1(SqliteStore::kChangeLogTable)); }
+
+bool hasTable(sqlite3* db, const char* name)
+{
+    Statement master;
+    if (!master.prepare(db, "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = ?1"))
+        return false;
+    sqlite3_bind_text(master.get(), 1, name, -1, SQLITE_STATIC);
+    return sqlite3_step(master.get()) == SQLITE_ROW && sqlite3_column_int(master.get(), 0) > 0;
+}
+
+// A version-1 file gains the change log. Where that cannot be written (a
+// read-only file) the store still opens; it just cannot follow other writers.
+void addChangeLog(sqlite3* db, int version)
+{
+    if (version >= SqliteStore::kVersion && hasTable(db, SqliteStore::kChangeLogTable))
+        return;
+    if (!exec(db, "BEGIN IMMEDIATE"))
+        return;
+    const QByteArray bump = "UPDATE " + metadataTable() + " SET value = "
+                            + QByteArray::number(SqliteStore::kVersion) + " WHERE key = 'version'";
+    if (!exec(db, changeLogSchemaSql().constData()) || !exec(db, bump.constData()) || !exec(db, "COMMIT"))
+        execBestEffort(db, "ROLLBACK");
+}
+
 } // namespace
+
+// Where the file stands in its history, read inside a transaction.
+struct SqliteStore::History {
+    std::int64_t nextObjectID = 1;
+    std::uint64_t generation = 0;
+    std::uint64_t fullSyncGeneration = 0; // readers from before it read everything again
+};
 
 // Prepared statements, made on first use and kept with the connection.
 struct SqliteStore::Statements {
     struct PerEntity {
         std::vector<int> columns;
-        Statement insert, update, remove;
-        std::vector<Statement> joinInsert, joinDeleteBySource; // per relationship
+        Statement insert, remove, exists;
+        std::unordered_map<std::uint32_t, Statement> updates; // by the set of changed columns
+        std::vector<Statement> joinInsert, joinDeleteBySource, joinSelect; // per relationship
         // Relationships of any entity that point at this one: (owner entity, relationship).
         std::vector<std::pair<int, int>> incoming;
         std::vector<Statement> joinDeleteByDestination; // parallel to incoming
     };
     std::vector<PerEntity> entities;
-    Statement updateNextObjectID;
+    Statement history, setMetadata, logChange, pruneLog, changedSince;
 };
 
 SqliteStore::SqliteStore(QString path, Layout layout, sqlite3* db, StoreMetadata metadata)
@@ -47,17 +85,20 @@ SqliteStore::SqliteStore(QString path, Layout layout, sqlite3* db, StoreMetadata
     for (std::size_t e = 0; e < entities.size(); ++e) {
         Statements::PerEntity& per = m_statements->entities[e];
         per.columns = storedColumns(*entities[e], layout);
-        per.joinInsert = std::vector<Statement>(entities[e]->relationships().size());
-        per.joinDeleteBySource = std::vector<Statement>(entities[e]->relationships().size());
+        const std::size_t relationships = entities[e]->relationships().size();
+        per.joinInsert = std::vector<Statement>(relationships);
+        per.joinDeleteBySource = std::vector<Statement>(relationships);
+        per.joinSelect = std::vector<Statement>(relationships);
         for (std::size_t owner = 0; owner < entities.size(); ++owner) {
-            const auto& relationships = entities[owner]->relationships();
-            for (std::size_t r = 0; r < relationships.size(); ++r) {
-                if (relationships[r].destinationEntity == entities[e]->name())
+            const auto& ownerRelationships = entities[owner]->relationships();
+            for (std::size_t r = 0; r < ownerRelationships.size(); ++r) {
+                if (ownerRelationships[r].destinationEntity == entities[e]->name())
                     per.incoming.emplace_back(static_cast<int>(owner), static_cast<int>(r));
             }
         }
         per.joinDeleteByDestination = std::vector<Statement>(per.incoming.size());
     }
+    m_hasChangeLog = layout == Layout::Current && hasTable(m_db, kChangeLogTable);
 }
 
 SqliteStore::~SqliteStore()
@@ -69,7 +110,7 @@ SqliteStore::~SqliteStore()
 Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, Mode mode, Layout layout)
 {
     using R = Result<std::unique_ptr<SqliteStore>>;
-    const QFileInfo info(path);
+    QFileInfo info(path);
     if (!info.exists()) {
         if (mode == Mode::MustExist)
             return R::failure(QStringLiteral("There is no store at %1.").arg(displayPath(path)));
@@ -77,17 +118,18 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, Mode
         metadata.uuid = newStoreUUID();
         metadata.version = kVersion;
         metadata.nextObjectID = 1;
-        Result<sqlite3*> created = createStore(path, layout, metadata);
-        if (!created)
+        // Another process may make the file first; then that one is opened.
+        if (Result<bool> created = createStore(path, layout, metadata); !created)
             return created.error();
-        return std::unique_ptr<SqliteStore>(new SqliteStore(path, layout, *created, std::move(metadata)));
+        info.refresh();
     }
     if (!info.isFile())
         return R::failure(QStringLiteral("%1 is not a file.").arg(displayPath(path)));
     if (info.size() == 0)
         return R::failure(QStringLiteral("The file %1 is empty, not a Quillfen store.").arg(displayPath(path)));
-    if (Status header = checkHeader(path, info.size()); !header)
-        return header.error();
+    Result<bool> shorterThanHeader = checkHeader(path, info.size());
+    if (!shorterThanHeader)
+        return shorterThanHeader.error();
 
     // Check through a read-only connection first: a file that turns out to be
     // foreign or damaged must leave this function byte for byte as it was.
@@ -100,6 +142,13 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, Mode
                                          ? Result<StoreMetadata>::failure(QStringLiteral("Could not open the store %1: %2")
                                                                               .arg(displayPath(path), errorMessage(reader)))
                                          : inspect(reader, path, layout);
+    // A crash in the middle of a checkpoint leaves the file shorter than its
+    // header says while the -wal holds the committed pages: SQLite reads such
+    // a store whole, so its own check decides.
+    if (metadata && *shorterThanHeader) {
+        if (Status checked = quickCheck(reader, path); !checked)
+            metadata = checked.error();
+    }
     sqlite3_close(reader);
     if (!metadata) {
         if (!hadWal && QFileInfo(walPath).size() == 0)
@@ -117,12 +166,76 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, Mode
     }
     // An older file is opened to be copied from: its journal mode, which is
     // part of its header, stays as it is.
-    if (layout == Layout::Current && !sqlite3_db_readonly(db, "main"))
+    if (layout == Layout::Current && !sqlite3_db_readonly(db, "main")) {
         execBestEffort(db, "PRAGMA journal_mode=WAL");
+        addChangeLog(db, metadata->version);
+    }
     return std::unique_ptr<SqliteStore>(new SqliteStore(path, layout, db, std::move(*metadata)));
 }
 
+std::int64_t SqliteStore::dataVersion()
+{
+    Statement version;
+    if (!version.prepare(m_db, "PRAGMA data_version") || sqlite3_step(version.get()) != SQLITE_ROW)
+        return -1;
+    return sqlite3_column_int64(version.get(), 0);
+}
+
+bool SqliteStore::hasChangedElsewhere()
+{
+    const std::int64_t now = dataVersion();
+    if (now == m_dataVersion)
+        return false;
+    m_dataVersion = now;
+    return true;
+}
+
+Result<SqliteStore::History> SqliteStore::readHistory()
+{
+    Statement& select = m_statements->history;
+    if (!select.isPrepared()) {
+        if (Status ok = select.prepare(m_db, "SELECT key, value FROM " + metadataTable()
+                                                 + " WHERE key IN ('nextObjectID', 'generation', 'fullSyncGeneration')");
+            !ok)
+            return ok.error();
+    }
+    History history;
+    int rc;
+    while ((rc = sqlite3_step(select.get())) == SQLITE_ROW) {
+        const QByteArray key(reinterpret_cast<const char*>(sqlite3_column_text(select.get(), 0)));
+        const std::int64_t value = sqlite3_column_int64(select.get(), 1);
+        if (key == "nextObjectID")
+            history.nextObjectID = std::max<std::int64_t>(1, value);
+        else if (key == "generation")
+            history.generation = static_cast<std::uint64_t>(std::max<std::int64_t>(0, value));
+        else
+            history.fullSyncGeneration = static_cast<std::uint64_t>(std::max<std::int64_t>(0, value));
+    }
+    const Status status = rc == SQLITE_DONE ? Status::ok() : failure(m_db, QStringLiteral("metadata"));
+    select.reset();
+    if (!status)
+        return status.error();
+    return history;
+}
+
 Status SqliteStore::load(const RecordSink& sink)
+{
+    // One read transaction: a consistent snapshot, and no lock taken per statement.
+    if (Status begun = exec(m_db, "BEGIN"); !begun)
+        return Status::failure(QStringLiteral("Could not read the store %1: %2").arg(displayPath(m_path), begun.message()));
+    Result<History> history = readHistory();
+    Status read = history ? readEverything(sink) : Status(history.error());
+    if (!read) {
+        execBestEffort(m_db, "ROLLBACK");
+        return Status::failure(QStringLiteral("Could not read the store %1 (%2)").arg(displayPath(m_path), read.message()));
+    }
+    m_loadedGeneration = history->generation;
+    m_dataVersion = dataVersion();
+    execBestEffort(m_db, "COMMIT");
+    return Status::ok();
+}
+
+Status SqliteStore::readEverything(const RecordSink& sink)
 {
     const auto& entities = ManagedObjectModel::shared().entities();
     // Loading reads every page once; mapping the file saves a copy per page.
@@ -133,14 +246,8 @@ Status SqliteStore::load(const RecordSink& sink)
         explicit FileMapping(sqlite3* connection) : db(connection) { execBestEffort(db, "PRAGMA mmap_size=1073741824"); }
         ~FileMapping() { execBestEffort(db, "PRAGMA mmap_size=0"); }
     } mapping(m_db);
-    // One read transaction: a consistent snapshot, and no lock taken per statement.
-    if (Status begun = exec(m_db, "BEGIN"); !begun)
-        return begun;
     auto fail = [&](const QString& what) {
-        const Status status = Status::failure(
-            QStringLiteral("Could not read the store %1 (%2): %3").arg(displayPath(m_path), what, errorMessage(m_db)));
-        execBestEffort(m_db, "ROLLBACK");
-        return status;
+        return Status::failure(QStringLiteral("%1: %2").arg(what, errorMessage(m_db)));
     };
 
     for (std::size_t e = 0; e < entities.size(); ++e) {
@@ -179,7 +286,6 @@ Status SqliteStore::load(const RecordSink& sink)
         if (!read)
             return fail(entity.name());
     }
-    execBestEffort(m_db, "COMMIT");
     return Status::ok();
 }
 
@@ -231,25 +337,32 @@ QString recordName(const RawRecord& record)
 
 } // namespace
 
-Status SqliteStore::save(const ChangeSet& changes, std::int64_t nextObjectID)
+Result<SaveOutcome> SqliteStore::save(const ChangeSet& changes)
 {
+    auto fail = [&](const QString& why) {
+        return Result<SaveOutcome>::failure(QStringLiteral("Could not save the store %1: %2").arg(displayPath(m_path), why));
+    };
     if (sqlite3_db_readonly(m_db, "main") == 1)
-        return Status::failure(QStringLiteral("The store %1 is read-only.").arg(displayPath(m_path)));
+        return fail(plainMessage(SQLITE_READONLY));
+    // IMMEDIATE takes the write lock at once: a second writer waits here (the
+    // busy timeout) instead of failing halfway through its transaction.
     if (Status begun = exec(m_db, "BEGIN IMMEDIATE"); !begun)
-        return Status::failure(QStringLiteral("Could not save the store %1: %2").arg(displayPath(m_path), begun.message()));
-    Status written = writeChanges(changes, nextObjectID);
+        return fail(begun.message());
+    SaveOutcome outcome;
+    std::int64_t nextObjectID = m_metadata.nextObjectID;
+    Status written = writeChanges(changes, outcome, nextObjectID);
     if (written)
         written = exec(m_db, "COMMIT");
     if (!written) {
         if (!sqlite3_get_autocommit(m_db))
             execBestEffort(m_db, "ROLLBACK");
-        return Status::failure(QStringLiteral("Could not save the store %1: %2").arg(displayPath(m_path), written.message()));
+        return fail(written.message());
     }
     m_metadata.nextObjectID = nextObjectID;
-    return Status::ok();
+    return outcome;
 }
 
-Status SqliteStore::writeChanges(const ChangeSet& changes, std::int64_t nextObjectID)
+Status SqliteStore::writeChanges(const ChangeSet& changes, SaveOutcome& outcome, std::int64_t& nextObjectID)
 {
     const auto& entities = ManagedObjectModel::shared().entities();
     auto perEntity = [&](const RawRecord& record) -> Statements::PerEntity* {
@@ -261,47 +374,94 @@ Status SqliteStore::writeChanges(const ChangeSet& changes, std::int64_t nextObje
     auto prepared = [&](Statement& statement, auto makeSql) -> Status {
         return statement.isPrepared() ? Status::ok() : statement.prepare(m_db, makeSql());
     };
-    auto writeRelationships = [&](const RawRecord& record, Statements::PerEntity& per) -> Status {
-        const EntityDescription& entity = *record.entity;
+    auto malformed = [](const RawRecord& record) {
+        return Status::failure(QStringLiteral("malformed record %1").arg(recordName(record)));
+    };
+
+    // Keys are handed out here, under the write lock, from the file's own
+    // counter: what another process inserted since this one loaded is
+    // already counted.
+    Result<History> history = readHistory();
+    if (!history)
+        return history.error();
+    std::int64_t next = history->nextObjectID;
+    const bool anyProvisional = std::any_of(changes.inserted.begin(), changes.inserted.end(),
+                                            [](const RawRecord& r) { return isProvisionalKey(r.primaryKey); });
+    if (anyProvisional) {
+        // The counter is trusted only as far as the tables agree with it.
+        for (const EntityDescription* entity : entities) {
+            Statement highest;
+            if (Status ok = highest.prepare(m_db, "SELECT max(" + QByteArray(kPrimaryKeyColumn) + ") FROM "
+                                                      + quoted(entity->name()));
+                !ok)
+                return ok;
+            if (sqlite3_step(highest.get()) != SQLITE_ROW)
+                return failure(m_db, entity->name());
+            next = std::max<std::int64_t>(next, sqlite3_column_int64(highest.get(), 0) + 1);
+        }
+    }
+    const KeyAssignment keys(changes, next);
+    next = keys.next();
+    outcome.insertedKeys = keys.insertedKeys();
+    auto finalKey = [&](std::int64_t key) { return keys.finalKey(key); };
+
+    const std::uint64_t generation = history->generation + 1;
+    const std::size_t touched = changes.inserted.size() + changes.updated.size() + changes.deleted.size();
+    const bool logged = m_hasChangeLog && touched <= kLoggedRecordsPerSave;
+    auto logChange = [&](const EntityDescription& entity, std::int64_t key) -> Status {
+        if (!logged)
+            return Status::ok();
+        Statement& log = m_statements->logChange;
+        if (Status ok = prepared(log, []() -> QByteArray { return "INSERT INTO " + changeLogTable() + " (generation, entity, pk) VALUES (?1, ?2, ?3)"; });
+            !ok)
+            return ok;
+        const QByteArray name = entity.name().toUtf8();
+        sqlite3_bind_int64(log.get(), 1, static_cast<sqlite3_int64>(generation));
+        sqlite3_bind_text(log.get(), 2, name.constData(), static_cast<int>(name.size()), SQLITE_TRANSIENT);
+        sqlite3_bind_int64(log.get(), 3, key);
+        return run(m_db, log, QStringLiteral("change log"));
+    };
+
+    auto writeRelationships = [&](const EntityDescription& entity, std::int64_t key,
+                                  const std::vector<std::vector<std::int64_t>>& relationships,
+                                  Statements::PerEntity& per) -> Status {
         for (std::size_t r = 0; r < entity.relationships().size(); ++r) {
             const QByteArray table = quoted(joinTableName(entity, entity.relationships()[r]));
             Status ok = prepared(per.joinDeleteBySource[r], [&]() -> QByteArray { return "DELETE FROM " + table + " WHERE source = ?1"; });
             if (!ok)
                 return ok;
-            sqlite3_bind_int64(per.joinDeleteBySource[r].get(), 1, record.primaryKey);
-            if (Status done = run(m_db, per.joinDeleteBySource[r], recordName(record)); !done)
+            sqlite3_bind_int64(per.joinDeleteBySource[r].get(), 1, key);
+            if (Status done = run(m_db, per.joinDeleteBySource[r], QStringLiteral("%1 %2").arg(entity.name()).arg(key)); !done)
                 return done;
-            if (r >= record.relationships.size())
+            if (r >= relationships.size())
                 continue;
             ok = prepared(per.joinInsert[r], [&]() -> QByteArray {
                 return "INSERT INTO " + table + " (source, destination, position) VALUES (?1, ?2, ?3)";
             });
             if (!ok)
                 return ok;
-            const std::vector<std::int64_t>& destinations = record.relationships[r];
+            const std::vector<std::int64_t>& destinations = relationships[r];
             for (std::size_t i = 0; i < destinations.size(); ++i) {
-                sqlite3_bind_int64(per.joinInsert[r].get(), 1, record.primaryKey);
-                sqlite3_bind_int64(per.joinInsert[r].get(), 2, destinations[i]);
+                sqlite3_bind_int64(per.joinInsert[r].get(), 1, key);
+                sqlite3_bind_int64(per.joinInsert[r].get(), 2, finalKey(destinations[i]));
                 sqlite3_bind_int64(per.joinInsert[r].get(), 3, static_cast<sqlite3_int64>(i));
-                if (Status done = run(m_db, per.joinInsert[r], recordName(record)); !done)
+                if (Status done = run(m_db, per.joinInsert[r], QStringLiteral("%1 %2").arg(entity.name()).arg(key)); !done)
                     return done;
             }
         }
         return Status::ok();
     };
-    auto bindRow = [&](Statement& statement, const RawRecord& record, const Statements::PerEntity& per) {
-        sqlite3_bind_int64(statement.get(), 1, record.primaryKey);
-        for (std::size_t c = 0; c < per.columns.size(); ++c) {
-            const int attribute = per.columns[c];
+    // Binds the key as ?1 and the given attributes as ?2, ?3, ... in order.
+    auto bindRow = [&](Statement& statement, const RawRecord& record, std::int64_t key, const std::vector<int>& columns) {
+        sqlite3_bind_int64(statement.get(), 1, key);
+        for (std::size_t c = 0; c < columns.size(); ++c) {
+            const int attribute = columns[c];
             if (bindValue(statement.get(), static_cast<int>(c) + 2, record.entity->attributes()[attribute].type,
                           record.attributes[static_cast<std::size_t>(attribute)])
                 != SQLITE_OK)
                 return false;
         }
         return true;
-    };
-    auto malformed = [](const RawRecord& record) {
-        return Status::failure(QStringLiteral("malformed record %1").arg(recordName(record)));
     };
 
     for (const RawRecord& record : changes.deleted) {
@@ -317,12 +477,15 @@ Status SqliteStore::writeChanges(const ChangeSet& changes, std::int64_t nextObje
         sqlite3_bind_int64(per->remove.get(), 1, record.primaryKey);
         if (Status done = run(m_db, per->remove, recordName(record)); !done)
             return done;
-        const RawRecord withoutLinks{record.entity, record.primaryKey, {}, {}};
-        if (Status done = writeRelationships(withoutLinks, *per); !done)
+        if (Status done = writeRelationships(*record.entity, record.primaryKey, {}, *per); !done)
+            return done;
+        if (Status done = logChange(*record.entity, record.primaryKey); !done)
             return done;
     }
 
-    for (const RawRecord& record : changes.inserted) {
+    for (std::size_t i = 0; i < changes.inserted.size(); ++i) {
+        const RawRecord& record = changes.inserted[i];
+        const std::int64_t key = outcome.insertedKeys[i];
         Statements::PerEntity* per = perEntity(record);
         if (!per)
             return malformed(record);
@@ -336,42 +499,64 @@ Status SqliteStore::writeChanges(const ChangeSet& changes, std::int64_t nextObje
         });
         if (!ok)
             return ok;
-        if (!bindRow(per->insert, record, *per)) {
+        if (!bindRow(per->insert, record, key, per->columns)) {
             per->insert.reset();
             return malformed(record);
         }
-        if (Status done = run(m_db, per->insert, QStringLiteral("inserting %1").arg(recordName(record))); !done)
+        if (Status done = run(m_db, per->insert, QStringLiteral("inserting %1 %2").arg(record.entity->name()).arg(key)); !done)
             return done;
-        if (Status done = writeRelationships(record, *per); !done)
+        if (Status done = writeRelationships(*record.entity, key, record.relationships, *per); !done)
+            return done;
+        if (Status done = logChange(*record.entity, key); !done)
             return done;
     }
 
-    for (const RawRecord& record : changes.updated) {
+    for (const RecordUpdate& update : changes.updated) {
+        const RawRecord& record = update.record;
         Statements::PerEntity* per = perEntity(record);
         if (!per)
             return malformed(record);
-        Status ok = prepared(per->update, [&]() -> QByteArray {
+        std::vector<int> columns;
+        std::uint32_t mask = 0;
+        for (int column : per->columns) {
+            if (update.changedAttributes & (1u << column)) {
+                columns.push_back(column);
+                mask |= 1u << column;
+            }
+        }
+        Statement& statement = per->updates[mask];
+        Status ok = prepared(statement, [&]() -> QByteArray {
             QByteArray assignments;
-            for (std::size_t c = 0; c < per->columns.size(); ++c) {
+            for (std::size_t c = 0; c < columns.size(); ++c) {
                 if (c > 0)
                     assignments += ", ";
-                assignments += quoted(record.entity->attributes()[per->columns[c]].name) + " = ?"
+                assignments += quoted(record.entity->attributes()[columns[c]].name) + " = ?"
                                + QByteArray::number(static_cast<int>(c) + 2);
             }
+            // Only the links changed: the row is touched just to learn it is still there.
+            if (columns.empty())
+                assignments = QByteArray(kPrimaryKeyColumn) + " = " + kPrimaryKeyColumn;
             return "UPDATE " + quoted(record.entity->name()) + " SET " + assignments + " WHERE " + kPrimaryKeyColumn
                    + " = ?1";
         });
         if (!ok)
             return ok;
-        if (!bindRow(per->update, record, *per)) {
-            per->update.reset();
+        if (!bindRow(statement, record, record.primaryKey, columns)) {
+            statement.reset();
             return malformed(record);
         }
-        if (Status done = run(m_db, per->update, QStringLiteral("updating %1").arg(recordName(record))); !done)
+        if (Status done = run(m_db, statement, QStringLiteral("updating %1").arg(recordName(record))); !done)
             return done;
-        if (sqlite3_changes(m_db) != 1)
-            return Status::failure(QStringLiteral("the record %1 to update is not in the store").arg(recordName(record)));
-        if (Status done = writeRelationships(record, *per); !done)
+        if (sqlite3_changes(m_db) != 1) {
+            // Another process deleted it: its deletion stands.
+            outcome.vanishedKeys.push_back(record.primaryKey);
+            continue;
+        }
+        if (update.relationshipsChanged) {
+            if (Status done = writeRelationships(*record.entity, record.primaryKey, record.relationships, *per); !done)
+                return done;
+        }
+        if (Status done = logChange(*record.entity, record.primaryKey); !done)
             return done;
     }
 
@@ -395,14 +580,139 @@ Status SqliteStore::writeChanges(const ChangeSet& changes, std::int64_t nextObje
         }
     }
 
-    Statement& next = m_statements->updateNextObjectID;
-    const Status ok = prepared(next, []() -> QByteArray {
-        return "UPDATE " + quoted(QString::fromLatin1(kMetadataTable)) + " SET value = ?1 WHERE key = 'nextObjectID'";
-    });
+    Statement& set = m_statements->setMetadata;
+    const Status ok = prepared(set, []() -> QByteArray { return "INSERT OR REPLACE INTO " + metadataTable() + " (key, value) VALUES (?1, ?2)"; });
     if (!ok)
         return ok;
-    sqlite3_bind_int64(next.get(), 1, nextObjectID);
-    return run(m_db, next, QStringLiteral("nextObjectID"));
+    auto setMetadata = [&](const char* key, std::int64_t value) {
+        sqlite3_bind_text(set.get(), 1, key, -1, SQLITE_STATIC);
+        sqlite3_bind_int64(set.get(), 2, value);
+        return run(m_db, set, QString::fromLatin1(key));
+    };
+    if (Status done = setMetadata("nextObjectID", next); !done)
+        return done;
+    nextObjectID = next;
+    if (!m_hasChangeLog)
+        return Status::ok();
+    if (Status done = setMetadata("generation", static_cast<std::int64_t>(generation)); !done)
+        return done;
+    if (!logged) {
+        if (Status done = setMetadata("fullSyncGeneration", static_cast<std::int64_t>(generation)); !done)
+            return done;
+    }
+    if (generation > kLoggedGenerations) {
+        Statement& prune = m_statements->pruneLog;
+        if (Status done = prepared(prune, []() -> QByteArray { return "DELETE FROM " + changeLogTable() + " WHERE generation <= ?1"; }); !done)
+            return done;
+        sqlite3_bind_int64(prune.get(), 1, static_cast<sqlite3_int64>(generation - kLoggedGenerations));
+        if (Status done = run(m_db, prune, QStringLiteral("change log")); !done)
+            return done;
+    }
+    outcome.generation = generation;
+    return Status::ok();
+}
+
+Result<StoreChanges> SqliteStore::changesSince(std::uint64_t generation, const std::set<std::uint64_t>& own)
+{
+    auto fail = [&](const QString& why) {
+        execBestEffort(m_db, "ROLLBACK");
+        return Result<StoreChanges>::failure(QStringLiteral("Could not read the store %1: %2").arg(displayPath(m_path), why));
+    };
+    if (Status begun = exec(m_db, "BEGIN"); !begun)
+        return fail(begun.message());
+    Result<History> history = readHistory();
+    if (!history)
+        return fail(history.message());
+    StoreChanges changes;
+    changes.generation = history->generation;
+    if (history->generation > generation) {
+        const bool everything = !m_hasChangeLog || history->fullSyncGeneration > generation
+                                || history->generation - generation > kLoggedGenerations;
+        if (everything) {
+            changes.complete = true;
+            Status read = readEverything([&](RawRecord&& record) { changes.records.push_back(std::move(record)); });
+            if (!read)
+                return fail(read.message());
+        } else {
+            Statement& select = m_statements->changedSince;
+            if (!select.isPrepared()) {
+                if (Status ok = select.prepare(m_db, "SELECT generation, entity, pk FROM " + changeLogTable()
+                                                         + " WHERE generation > ?1");
+                    !ok)
+                    return fail(ok.message());
+            }
+            sqlite3_bind_int64(select.get(), 1, static_cast<sqlite3_int64>(generation));
+            std::set<std::pair<const EntityDescription*, std::int64_t>> keys;
+            int rc;
+            while ((rc = sqlite3_step(select.get())) == SQLITE_ROW) {
+                if (own.count(static_cast<std::uint64_t>(sqlite3_column_int64(select.get(), 0))))
+                    continue;
+                const QString name = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(select.get(), 1)));
+                if (const EntityDescription* entity = ManagedObjectModel::shared().entity(name))
+                    keys.emplace(entity, sqlite3_column_int64(select.get(), 2));
+            }
+            const bool stepped = rc == SQLITE_DONE;
+            select.reset();
+            if (!stepped)
+                return fail(errorMessage(m_db));
+            if (Status read = readRecords({keys.begin(), keys.end()}, changes); !read)
+                return fail(read.message());
+        }
+    }
+    m_dataVersion = dataVersion();
+    execBestEffort(m_db, "COMMIT");
+    return changes;
+}
+
+Status SqliteStore::readRecords(const std::vector<std::pair<const EntityDescription*, std::int64_t>>& keys,
+                                StoreChanges& changes)
+{
+    const auto& entities = ManagedObjectModel::shared().entities();
+    for (std::size_t e = 0; e < entities.size(); ++e) {
+        const EntityDescription& entity = *entities[e];
+        std::vector<std::int64_t> wanted;
+        for (const auto& [owner, key] : keys) {
+            if (owner == &entity)
+                wanted.push_back(key);
+        }
+        if (wanted.empty())
+            continue;
+        Statements::PerEntity& per = m_statements->entities[e];
+        SqliteRecordReader reader(entity, per.columns);
+        std::size_t found = 0;
+        Status status = Status::ok();
+        Status read = reader.readKeys(m_db, wanted, [&](RawRecord&& record) {
+            record.relationships.resize(entity.relationships().size());
+            for (std::size_t r = 0; r < entity.relationships().size() && status; ++r) {
+                Statement& join = per.joinSelect[r];
+                if (!join.isPrepared()) {
+                    status = join.prepare(m_db, "SELECT destination FROM " + quoted(joinTableName(entity, entity.relationships()[r]))
+                                                    + " WHERE source = ?1 ORDER BY position");
+                    if (!status)
+                        break;
+                }
+                sqlite3_bind_int64(join.get(), 1, record.primaryKey);
+                int rc;
+                while ((rc = sqlite3_step(join.get())) == SQLITE_ROW)
+                    record.relationships[r].push_back(sqlite3_column_int64(join.get(), 0));
+                if (rc != SQLITE_DONE)
+                    status = failure(m_db, entity.name());
+                join.reset();
+            }
+            // Keys come back in the order asked; those skipped are gone.
+            while (found < wanted.size() && wanted[found] != record.primaryKey)
+                changes.gone.emplace_back(&entity, wanted[found++]);
+            ++found;
+            changes.records.push_back(std::move(record));
+        });
+        if (!read)
+            return read;
+        if (!status)
+            return status;
+        while (found < wanted.size())
+            changes.gone.emplace_back(&entity, wanted[found++]);
+    }
+    return Status::ok();
 }
 
 } // namespace qf

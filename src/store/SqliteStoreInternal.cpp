@@ -3,15 +3,59 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLoggingCategory>
 #include <QStringList>
+#include <QUuid>
+
+#include <cerrno>
+#include <unistd.h>
+
+Q_LOGGING_CATEGORY(lcSqliteStore, "quillfen.store.sqlite", QtCriticalMsg)
 
 namespace qf::sqlite {
 
-
-
 QString displayPath(const QString& path) { return QDir::toNativeSeparators(path); }
 
-QString errorMessage(sqlite3* db) { return db ? QString::fromUtf8(sqlite3_errmsg(db)) : QStringLiteral("out of memory"); }
+QString plainMessage(int code)
+{
+    switch (code & 0xff) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return QStringLiteral("another program kept the ledger busy for too long; try again");
+    case SQLITE_FULL:
+        return QStringLiteral("the disk is full");
+    case SQLITE_READONLY:
+        return QStringLiteral("the ledger file or its folder is read-only");
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
+        return QStringLiteral("permission to the ledger file was denied");
+    case SQLITE_IOERR:
+        return QStringLiteral("the disk could not read or write the ledger file");
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return QStringLiteral("the file is damaged or not a database");
+    case SQLITE_CANTOPEN:
+        return QStringLiteral("the ledger file could not be opened");
+    case SQLITE_NOMEM:
+        return QStringLiteral("there is not enough memory");
+    case SQLITE_CONSTRAINT:
+        return QStringLiteral("a record clashes with one already stored");
+    case SQLITE_TOOBIG:
+        return QStringLiteral("a value is too large to store");
+    default:
+        return QStringLiteral("the ledger file could not be used (database error %1)").arg(code);
+    }
+}
+
+// SQLite's own wording names tables and statements; users get plain words,
+// and the original goes to a log category that is off unless asked for.
+QString errorMessage(sqlite3* db)
+{
+    if (!db)
+        return plainMessage(SQLITE_NOMEM);
+    qCWarning(lcSqliteStore, "%s", sqlite3_errmsg(db));
+    return plainMessage(sqlite3_extended_errcode(db));
+}
 
 Status failure(sqlite3* db, const QString& what)
 {
@@ -92,6 +136,19 @@ int entityIndex(const EntityDescription* entity)
             return static_cast<int>(i);
     }
     return -1;
+}
+
+QByteArray changeLogSchemaSql()
+{
+    const QByteArray log = quoted(QString::fromLatin1(SqliteStore::kChangeLogTable));
+    return "CREATE TABLE IF NOT EXISTS " + log
+           + " (generation INTEGER NOT NULL, entity TEXT NOT NULL, pk INTEGER NOT NULL);\n"
+             "CREATE INDEX IF NOT EXISTS "
+           + quoted(QString::fromLatin1(SqliteStore::kChangeLogTable) + QStringLiteral("_generation")) + " ON " + log
+           + " (generation);\n"
+             "INSERT OR IGNORE INTO "
+           + quoted(QString::fromLatin1(SqliteStore::kMetadataTable))
+           + " (key, value) VALUES ('generation', 0), ('fullSyncGeneration', 0);\n";
 }
 
 static QByteArray createSchemaSql(SqliteStore::Layout layout)
@@ -201,24 +258,37 @@ static std::uint32_t bigEndian32(const char* bytes)
     return (std::uint32_t(b[0]) << 24) | (std::uint32_t(b[1]) << 16) | (std::uint32_t(b[2]) << 8) | b[3];
 }
 
-// SQLite only notices a cut-off file when a query reaches a missing page,
-// which may be halfway through loading; the header says how long the file
-// must be.
-Status checkHeader(const QString& path, qint64 fileSize)
+Result<bool> checkHeader(const QString& path, qint64 fileSize)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return Status::failure(QStringLiteral("Could not open the store %1: %2").arg(displayPath(path), file.errorString()));
+        return Result<bool>::failure(
+            QStringLiteral("Could not open the store %1: %2").arg(displayPath(path), file.errorString()));
     const QByteArray header = file.read(100);
     if (header.size() < 100 || !header.startsWith(QByteArrayView("SQLite format 3\0", 16)))
-        return Status::failure(
+        return Result<bool>::failure(
             QStringLiteral("The file %1 is not a Quillfen store (not a database file).").arg(displayPath(path)));
     const unsigned rawPageSize = (unsigned(static_cast<unsigned char>(header[16])) << 8) | static_cast<unsigned char>(header[17]);
     const qint64 pageSize = rawPageSize == 1 ? 65536 : rawPageSize;
     const qint64 pageCount = bigEndian32(header.constData() + 28);
     const bool pageCountValid = bigEndian32(header.constData() + 92) == bigEndian32(header.constData() + 24);
-    if (pageCountValid && pageCount > 0 && fileSize < pageCount * pageSize)
-        return Status::failure(QStringLiteral("The store %1 is damaged: the file is truncated.").arg(displayPath(path)));
+    return pageCountValid && pageCount > 0 && fileSize < pageCount * pageSize;
+}
+
+Status quickCheck(sqlite3* db, const QString& path)
+{
+    Statement check;
+    const QString damaged = QStringLiteral("The store %1 is damaged: %2");
+    if (!check.prepare(db, "PRAGMA quick_check(1)"))
+        return Status::failure(damaged.arg(displayPath(path), errorMessage(db)));
+    const int rc = sqlite3_step(check.get());
+    if (rc != SQLITE_ROW)
+        return Status::failure(damaged.arg(displayPath(path), errorMessage(db)));
+    const QByteArray verdict(reinterpret_cast<const char*>(sqlite3_column_text(check.get(), 0)));
+    if (verdict != "ok") {
+        qCWarning(lcSqliteStore, "quick_check: %s", verdict.constData());
+        return Status::failure(damaged.arg(displayPath(path), QStringLiteral("its pages do not check out")));
+    }
     return Status::ok();
 }
 
@@ -231,7 +301,7 @@ sqlite3* openConnection(const QString& path, int flags)
     if (sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr) != SQLITE_OK)
         return db; // caller reads the message, then closes
     sqlite3_extended_result_codes(db, 1);
-    sqlite3_busy_timeout(db, 2000);
+    sqlite3_busy_timeout(db, kBusyTimeoutMs);
     return db;
 }
 
@@ -242,30 +312,59 @@ static void removeStoreFiles(const QString& path)
     QFile::remove(path + QStringLiteral("-shm"));
 }
 
-Result<sqlite3*> createStore(const QString& path, SqliteStore::Layout layout, const StoreMetadata& metadata)
+Result<bool> createStore(const QString& path, SqliteStore::Layout layout, const StoreMetadata& metadata)
 {
-    sqlite3* db = openConnection(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    auto fail = [&](const QString& what) {
-        const QString message = QStringLiteral("%1 %2: %3").arg(what, displayPath(path), errorMessage(db));
+    // Made under a name of its own and linked into place, so that two
+    // processes starting on an empty folder never fill one file twice.
+    const QString partial = path + QStringLiteral(".creating-")
+                            + QUuid::createUuid().toString(QUuid::WithoutBraces);
+    sqlite3* db = openConnection(partial, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    auto fail = [&](const QString& message) {
         sqlite3_close(db);
-        removeStoreFiles(path);
-        return Result<sqlite3*>::failure(message);
+        removeStoreFiles(partial);
+        return Result<bool>::failure(message);
+    };
+    auto failed = [&]() {
+        return fail(QStringLiteral("Could not create the store %1: %2").arg(displayPath(path), errorMessage(db)));
     };
     if (!db || sqlite3_errcode(db) != SQLITE_OK)
-        return fail(QStringLiteral("Could not create the store"));
+        return failed();
     execBestEffort(db, "PRAGMA journal_mode=WAL"); // a file system without WAL support keeps the rollback journal
     const QByteArray insertMeta = "INSERT INTO " + quoted(QString::fromLatin1(SqliteStore::kMetadataTable))
                                   + " (key, value) VALUES ('UUID', ?1), ('version', ?2), ('nextObjectID', ?3)";
     Statement meta;
     if (!exec(db, "BEGIN") || !exec(db, createSchemaSql(layout).constData()) || !meta.prepare(db, insertMeta))
-        return fail(QStringLiteral("Could not create the store"));
+        return failed();
     const QByteArray uuid = metadata.uuid.toUtf8();
     sqlite3_bind_text(meta.get(), 1, uuid.constData(), static_cast<int>(uuid.size()), SQLITE_STATIC);
     sqlite3_bind_int(meta.get(), 2, metadata.version);
     sqlite3_bind_int64(meta.get(), 3, metadata.nextObjectID);
-    if (!run(db, meta, QString()) || !exec(db, "COMMIT"))
-        return fail(QStringLiteral("Could not create the store"));
-    return db;
+    if (!run(db, meta, QString()) || !exec(db, changeLogSchemaSql().constData()) || !exec(db, "COMMIT"))
+        return failed();
+    meta = Statement();
+    // Closing the last connection folds the -wal into the file.
+    if (sqlite3_close(db) != SQLITE_OK)
+        return failed();
+    db = nullptr;
+    const QByteArray from = QFile::encodeName(partial), to = QFile::encodeName(path);
+    if (::link(from.constData(), to.constData()) != 0) {
+        const int error = errno;
+        if (error == EEXIST) {
+            removeStoreFiles(partial);
+            return false;
+        }
+        // File systems without hard links: the small window of a race is theirs.
+        if (QFileInfo::exists(path)) {
+            removeStoreFiles(partial);
+            return false;
+        }
+        if (!QFile::rename(partial, path))
+            return fail(QStringLiteral("Could not create the store %1: %2")
+                            .arg(displayPath(path), QString::fromLocal8Bit(strerror(error))));
+        return true;
+    }
+    removeStoreFiles(partial);
+    return true;
 }
 
 } // namespace qf::sqlite

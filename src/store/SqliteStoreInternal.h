@@ -16,7 +16,14 @@ namespace qf::sqlite {
 
 inline constexpr const char* kPrimaryKeyColumn = "pk";
 
+// Long enough for another process's largest save (an import of a whole
+// statement history) to finish; writers queue rather than fail.
+inline constexpr int kBusyTimeoutMs = 60000;
+
 QString displayPath(const QString& path);
+// Plain words for an SQLite result code.
+QString plainMessage(int code);
+// Plain words for the connection's last error.
 QString errorMessage(sqlite3* db);
 Status failure(sqlite3* db, const QString& what);
 QByteArray quoted(const QString& identifier);
@@ -59,10 +66,17 @@ void execBestEffort(sqlite3* db, const char* sql);
 
 // A connection for this thread only; check sqlite3_errcode() before use.
 sqlite3* openConnection(const QString& path, int flags);
-// Makes a new store file with the layout's tables and the metadata.
-Result<sqlite3*> createStore(const QString& path, SqliteStore::Layout layout, const StoreMetadata& metadata);
-// Refuses a file whose header is not SQLite's or which is shorter than its header says.
-Status checkHeader(const QString& path, qint64 fileSize);
+// Makes a new store file with the layout's tables and the metadata. False
+// when another process made one at path first.
+Result<bool> createStore(const QString& path, SqliteStore::Layout layout, const StoreMetadata& metadata);
+// The change log's table and its metadata rows, for new files and older ones.
+QByteArray changeLogSchemaSql();
+// Refuses a file whose header is not SQLite's. True when the file is shorter
+// than its header says: only SQLite, with the -wal, can then tell whether
+// the store is whole.
+Result<bool> checkHeader(const QString& path, qint64 fileSize);
+// SQLite's own check of every page.
+Status quickCheck(sqlite3* db, const QString& path);
 // Reads and checks what a file says about itself and whether it has our tables.
 Result<StoreMetadata> inspect(sqlite3* db, const QString& path, SqliteStore::Layout layout);
 

@@ -56,7 +56,8 @@ Status copyRecords(PersistentStore& source, PersistentStore& target)
             record.relationships[r] = std::move(linked);
         }
     }
-    return target.save(changes, nextKey);
+    Result<SaveOutcome> saved = target.save(changes);
+    return saved ? Status::ok() : Status(saved.error());
 }
 
 } // namespace qf

@@ -1,9 +1,11 @@
 #include "store/XmlStore.h"
 
+#include "store/KeyAssignment.h"
 #include "store/XmlStoreReader.h"
 #include "store/XmlStoreWriter.h"
 
 #include <QDir>
+#include <algorithm>
 
 namespace qf {
 
@@ -41,14 +43,20 @@ Status XmlStore::load(const RecordSink& sink)
     return Status::ok();
 }
 
-Status XmlStore::save(const ChangeSet& changes, std::int64_t nextObjectID)
+Result<SaveOutcome> XmlStore::save(const ChangeSet& changes)
 {
     auto fail = [&](const QString& why) {
-        return Status::failure(QStringLiteral("Could not save %1: %2").arg(QDir::toNativeSeparators(m_path), why));
+        return Result<SaveOutcome>::failure(QStringLiteral("Could not save %1: %2").arg(QDir::toNativeSeparators(m_path), why));
     };
     std::map<RecordKey, std::size_t> index;
-    for (std::size_t i = 0; i < m_records.size(); ++i)
+    std::int64_t next = m_metadata.nextObjectID;
+    for (std::size_t i = 0; i < m_records.size(); ++i) {
         index.emplace(keyOf(m_records[i]), i);
+        next = std::max(next, m_records[i].primaryKey + 1);
+    }
+    const KeyAssignment keys(changes, next);
+    SaveOutcome outcome;
+    outcome.insertedKeys = keys.insertedKeys();
 
     std::vector<RawRecord> records = m_records;
     std::vector<bool> removed(records.size(), false);
@@ -57,19 +65,28 @@ Status XmlStore::save(const ChangeSet& changes, std::int64_t nextObjectID)
         if (found != index.end())
             removed[found->second] = true;
     }
-    for (const RawRecord& record : changes.updated) {
-        const auto found = index.find(keyOf(record));
+    for (const RecordUpdate& update : changes.updated) {
+        const auto found = index.find(keyOf(update.record));
         if (found == index.end() || removed[found->second])
-            return fail(QStringLiteral("the record %1 to update is not in the store").arg(describe(record)));
-        records[found->second] = record;
+            return fail(QStringLiteral("the record %1 to update is not in the store").arg(describe(update.record)));
+        RawRecord& stored = records[found->second];
+        for (std::size_t i = 0; i < stored.attributes.size() && i < update.record.attributes.size(); ++i) {
+            if (update.changedAttributes & (1u << i))
+                stored.attributes[i] = update.record.attributes[i];
+        }
+        if (update.relationshipsChanged)
+            stored.relationships = keys.finalRelationships(update.record);
     }
-    for (const RawRecord& record : changes.inserted) {
+    for (std::size_t i = 0; i < changes.inserted.size(); ++i) {
+        RawRecord record = changes.inserted[i];
+        record.primaryKey = keys.insertedKeys()[i];
+        record.relationships = keys.finalRelationships(record);
         const auto found = index.find(keyOf(record));
         if (found != index.end() && !removed[found->second])
             return fail(QStringLiteral("the record %1 is already in the store").arg(describe(record)));
         if (!index.emplace(keyOf(record), records.size()).second)
             index[keyOf(record)] = records.size();
-        records.push_back(record);
+        records.push_back(std::move(record));
         removed.push_back(false);
     }
 
@@ -80,12 +97,12 @@ Status XmlStore::save(const ChangeSet& changes, std::int64_t nextObjectID)
             kept.push_back(std::move(records[i]));
     }
     StoreMetadata metadata = m_metadata;
-    metadata.nextObjectID = nextObjectID;
+    metadata.nextObjectID = keys.next();
     if (Status written = XmlStoreWriter::writeFile(m_path, metadata, kept); !written)
-        return written;
+        return written.error();
     m_records = std::move(kept);
     m_metadata = std::move(metadata);
-    return Status::ok();
+    return outcome;
 }
 
 } // namespace qf

@@ -27,7 +27,7 @@ public:
 
     // Every record in the file's order, then those inserted by later saves.
     Status load(const RecordSink& sink) override;
-    Status save(const ChangeSet& changes, std::int64_t nextObjectID) override;
+    Result<SaveOutcome> save(const ChangeSet& changes) override;
 
 private:
     XmlStore(QString path, StoreMetadata metadata, std::vector<RawRecord> records);

@@ -142,7 +142,7 @@ TEST(AppDelegate, OlderSqliteStoreIsMigratedWithDirectionAndRuleLinks)
         smart.attributes[model.vault().indexOfAttribute(u"vault_uniqueID")] = Value("V-S");
         smart.attributes[model.vault().indexOfAttribute(u"vault_type")] = Value("Smart Playlist");
         smart.relationships[0] = {2};
-        ASSERT_TRUE((*store)->save(changes, 4));
+        ASSERT_TRUE((*store)->save(changes));
     }
     ledger.launch();
     ASSERT_FALSE(ledger.delegate().storeError()) << qPrintable(ledger.delegate().storeError()->describe());

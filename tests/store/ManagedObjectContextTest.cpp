@@ -63,9 +63,13 @@ TEST_F(ContextTest, LoadsRecordsKeysAndRelationships)
     ASSERT_EQ(vault->relatedObjects(0).size(), 1u); // the missing key is dropped
     EXPECT_EQ(vault->relatedObjects(0)[0], rule);
 
-    // New keys continue after the highest loaded one.
-    EXPECT_EQ(m_context->insertNewObject(u"TransEntity")->primaryKey(), 22);
+    // New records wait for their save to get a key, which continues after the
+    // highest one stored whatever the file's counter says.
+    ManagedObject* fresh = m_context->insertNewObject(u"TransEntity");
+    EXPECT_TRUE(isProvisionalKey(fresh->primaryKey()));
     EXPECT_EQ(m_context->insertNewObject(u"NoSuchEntity"), nullptr);
+    ASSERT_TRUE(m_context->save());
+    EXPECT_EQ(fresh->primaryKey(), 22);
 
     const QString uri = trans(2)->objectURI();
     EXPECT_EQ(uri, "x-quillfen://11111111-2222-3333-4444-555555555555/TransEntity/p9");
@@ -133,8 +137,9 @@ TEST_F(ContextTest, SaveWritesExactlyTheChangedRecords)
     EXPECT_EQ(saved.inserted[0].primaryKey, fresh->primaryKey());
     EXPECT_EQ(saved.inserted[0].attributes[m_title], Value("New"));
     ASSERT_EQ(saved.updated.size(), 1u);
-    EXPECT_EQ(saved.updated[0].primaryKey, 3);
-    EXPECT_EQ(saved.updated[0].attributes[m_title], Value("Rent May"));
+    EXPECT_EQ(saved.updated[0].record.primaryKey, 3);
+    EXPECT_EQ(saved.updated[0].record.attributes[m_title], Value("Rent May"));
+    EXPECT_EQ(saved.updated[0].changedAttributes, 1u << m_title); // only what changed is written
     ASSERT_EQ(saved.deleted.size(), 1u);
     EXPECT_EQ(saved.deleted[0].primaryKey, 9);
 
@@ -142,7 +147,10 @@ TEST_F(ContextTest, SaveWritesExactlyTheChangedRecords)
     EXPECT_FALSE(trans(0)->isUpdated());
     EXPECT_EQ(trans(0)->committedValue(m_title), Value("Rent May"));
     EXPECT_FALSE(fresh->isInserted());
-    EXPECT_EQ(m_store->metadata().nextObjectID, gone->primaryKey() + 1);
+    // The store gave the new record the next free key; the one deleted unsaved got none.
+    EXPECT_FALSE(isProvisionalKey(fresh->primaryKey()));
+    EXPECT_TRUE(isProvisionalKey(gone->primaryKey()));
+    EXPECT_EQ(m_store->metadata().nextObjectID, fresh->primaryKey() + 1);
 
     // Nothing changed: the store is not bothered.
     const int saves = m_store->saveCount();
@@ -176,7 +184,7 @@ TEST(ContextWithoutStore, HoldsRecordsButCannotSave)
 {
     ManagedObjectContext context;
     ManagedObject* a = context.insertNewObject(ManagedObjectModel::shared().vault());
-    EXPECT_EQ(a->primaryKey(), 1);
+    EXPECT_TRUE(isProvisionalKey(a->primaryKey()));
     EXPECT_TRUE(a->objectURI().startsWith(u"x-quillfen://"));
     EXPECT_EQ(context.objectWithURI(a->objectURI()), a);
     const Status status = context.save();
@@ -294,7 +302,8 @@ TEST_F(ContextTest, RelationshipsAreUndoableAndDeletedRecordsAreCutOff)
     ASSERT_TRUE(m_context->save());
     const auto& updated = m_store->lastChanges().updated;
     ASSERT_EQ(updated.size(), 1u);
-    EXPECT_EQ(updated[0].relationships[0], (std::vector<std::int64_t>{20, second->primaryKey()}));
+    EXPECT_TRUE(updated[0].relationshipsChanged);
+    EXPECT_EQ(updated[0].record.relationships[0], (std::vector<std::int64_t>{20, second->primaryKey()}));
 }
 
 TEST_F(ContextTest, AnnouncesOncePerEventWithWhatChanged)

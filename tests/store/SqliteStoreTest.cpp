@@ -23,6 +23,11 @@ std::unique_ptr<SqliteStore> openStore(const QString& path, SqliteStore::Mode mo
 
 // Every attribute type, with the awkward values: empty and non-ASCII text,
 // NUL bytes, an empty blob, fractional dates, negative floats, nulls.
+std::uint32_t titleAndPhotos()
+{
+    return (1u << model().trans().indexOfAttribute(u"trans_title")) | (1u << model().trans().indexOfAttribute(u"trans_photos"));
+}
+
 std::vector<RawRecord> sampleRecords()
 {
     std::vector<RawRecord> records;
@@ -108,8 +113,9 @@ TEST(SqliteStore, RoundTripKeepsEveryTypeAndRelationship)
         ASSERT_TRUE(store);
         ChangeSet changes;
         changes.inserted = records;
-        const Status saved = store->save(changes, 14);
+        const auto saved = store->save(changes);
         ASSERT_TRUE(saved.isOk()) << saved.message().toStdString();
+        EXPECT_EQ(saved->insertedKeys, (std::vector<std::int64_t>{7, 3, 10, 11, 12, 13})); // kept: not provisional
         EXPECT_EQ(store->metadata().nextObjectID, 14);
     }
     auto store = openStore(path);
@@ -117,7 +123,7 @@ TEST(SqliteStore, RoundTripKeepsEveryTypeAndRelationship)
     EXPECT_EQ(store->metadata().nextObjectID, 14);
     EXPECT_EQ(dumpRecords(loadAll(*store)), dumpRecords(inStoreOrder(records)));
 
-    // Updates write whole rows and replace links; deleting a rule unlinks it.
+    // Updates write the changed columns and replace links; deleting a rule unlinks it.
     std::vector<RawRecord> changed = records;
     RawRecord& salary = changed[1];
     salary.attributes[static_cast<std::size_t>(model().trans().indexOfAttribute(u"trans_title"))] = Value("Bonus");
@@ -125,10 +131,10 @@ TEST(SqliteStore, RoundTripKeepsEveryTypeAndRelationship)
     RawRecord& vault = changed[2];
     vault.relationships[0] = {11, 12};
     ChangeSet changes;
-    changes.updated = {salary, vault};
+    changes.updated = {{salary, titleAndPhotos(), false}, {vault, 0, true}};
     const RawRecord rule12 = changed[4];
     changes.deleted = {rule12};
-    ASSERT_TRUE(store->save(changes, 20).isOk());
+    ASSERT_TRUE(store->save(changes).isOk());
     changed.erase(changed.begin() + 4);
     changed[2].relationships[0] = {11};
     EXPECT_EQ(dumpRecords(loadAll(*store)), dumpRecords(inStoreOrder(changed)));
@@ -136,7 +142,7 @@ TEST(SqliteStore, RoundTripKeepsEveryTypeAndRelationship)
     auto again = openStore(path);
     ASSERT_TRUE(again);
     EXPECT_EQ(dumpRecords(loadAll(*again)), dumpRecords(inStoreOrder(changed)));
-    EXPECT_EQ(again->metadata().nextObjectID, 20);
+    EXPECT_EQ(again->metadata().nextObjectID, 14);
 }
 
 TEST(SqliteStore, FailedSaveChangesNothing)
@@ -148,28 +154,31 @@ TEST(SqliteStore, FailedSaveChangesNothing)
     ASSERT_TRUE(store);
     ChangeSet initial;
     initial.inserted = records;
-    ASSERT_TRUE(store->save(initial, 14).isOk());
+    ASSERT_TRUE(store->save(initial).isOk());
 
     // The update and the delete run before the colliding insert fails.
     RawRecord renamed = records[0];
     renamed.attributes[1] = Value("Renamed");
     ChangeSet collides;
     collides.deleted = {records[3]};
-    collides.updated = {renamed};
+    collides.updated = {{renamed, 1u << 1, false}};
     collides.inserted = {makeRecord(model().trans(), 99, {{"trans_title", "new"}}),
                          makeRecord(model().trans(), 3, {{"trans_title", "same key as Salary"}})};
-    const Status failed = store->save(collides, 100);
+    const auto failed = store->save(collides);
     EXPECT_FALSE(failed.isOk());
     EXPECT_TRUE(failed.message().contains("TransEntity 3")) << failed.message().toStdString();
     EXPECT_EQ(store->metadata().nextObjectID, 14);
 
+    // A record another process deleted stays deleted; the save goes through.
     ChangeSet missing;
-    missing.updated = {makeRecord(model().trans(), 55, {{"trans_title", "not there"}})};
-    EXPECT_FALSE(store->save(missing, 100).isOk());
+    missing.updated = {{makeRecord(model().trans(), 55, {{"trans_title", "not there"}}), 1u << 1, false}};
+    const auto vanished = store->save(missing);
+    ASSERT_TRUE(vanished.isOk()) << vanished.message().toStdString();
+    EXPECT_EQ(vanished->vanishedKeys, std::vector<std::int64_t>{55});
 
     ChangeSet malformed;
     malformed.inserted = {RawRecord{&model().trans(), 60, {Value("too few attributes")}, {}}};
-    EXPECT_FALSE(store->save(malformed, 100).isOk());
+    EXPECT_FALSE(store->save(malformed).isOk());
 
     EXPECT_EQ(dumpRecords(loadAll(*store)), dumpRecords(inStoreOrder(records)));
     store.reset();
@@ -181,7 +190,7 @@ TEST(SqliteStore, FailedSaveChangesNothing)
     // The connection is usable again after a rollback.
     ChangeSet fine;
     fine.inserted = {makeRecord(model().budget(), 14, {{"budget_tags", "food"}})};
-    EXPECT_TRUE(reopened->save(fine, 15).isOk());
+    EXPECT_TRUE(reopened->save(fine).isOk());
     EXPECT_EQ(loadAll(*reopened).size(), records.size() + 1);
 }
 
@@ -233,11 +242,11 @@ TEST(SqliteStore, RefusesFilesThatAreNotStoresWithoutTouchingThem)
         ChangeSet many;
         for (int i = 1; i <= 2000; ++i)
             many.inserted.push_back(makeRecord(model().trans(), i, {{"trans_title", QString("Transaction %1").arg(i)}}));
-        ASSERT_TRUE(store->save(many, 2001).isOk());
+        ASSERT_TRUE(store->save(many).isOk());
     }
     const QByteArray whole = readFile(full);
     ASSERT_GT(whole.size(), 32768);
-    expectRefused("truncated.1ccdb", whole.left(whole.size() / 2), "truncated");
+    expectRefused("truncated.1ccdb", whole.left(whole.size() / 2), "damaged");
 }
 
 TEST(SqliteStore, LayoutWithoutTransDirection)
@@ -251,7 +260,7 @@ TEST(SqliteStore, LayoutWithoutTransDirection)
         ASSERT_TRUE(store);
         ChangeSet changes;
         changes.inserted = {record};
-        ASSERT_TRUE(store->save(changes, 2).isOk());
+        ASSERT_TRUE(store->save(changes).isOk());
         const std::vector<RawRecord> loaded = loadAll(*store);
         ASSERT_EQ(loaded.size(), 1u);
         EXPECT_EQ(dumpRecord(loaded[0]), "TransEntity#1 trans_title=\"Rent\" trans_amount=real:-700");
@@ -268,7 +277,7 @@ TEST(SqliteStore, LayoutWithoutTransDirection)
         auto store = openStore(current, SqliteStore::Mode::CreateIfMissing);
         ChangeSet changes;
         changes.inserted = {record};
-        ASSERT_TRUE(store->save(changes, 2).isOk());
+        ASSERT_TRUE(store->save(changes).isOk());
     }
     auto asLegacy = openStore(current, SqliteStore::Mode::MustExist, SqliteStore::Layout::WithoutTransDirection);
     ASSERT_TRUE(asLegacy);
@@ -299,7 +308,7 @@ TEST(SqliteStore, WideKeyRangesLoadCompleteAndInKeyOrder)
                                                   {{"trans_title", QString::number(key)},
                                                    {"trans_isPending", Value::boolean(key % 2 == 0)}}));
         }
-        ASSERT_TRUE(store->save(changes, keys.back() + 1).isOk());
+        ASSERT_TRUE(store->save(changes).isOk());
     }
     auto store = openStore(path);
     ASSERT_TRUE(store);
@@ -326,7 +335,7 @@ TEST(SqliteStore, DamagedPagesFailTheLoadWithoutChangingTheFile)
         ChangeSet many;
         for (int i = 1; i <= 3000; ++i)
             many.inserted.push_back(makeRecord(model().trans(), i, {{"trans_title", QString("Transaction %1").arg(i)}}));
-        ASSERT_TRUE(store->save(many, 3001).isOk());
+        ASSERT_TRUE(store->save(many).isOk());
     }
     QByteArray bytes = readFile(path);
     // Scribble over the pages of the second half, keeping the header and schema pages.

@@ -67,7 +67,7 @@ TEST(StoreConversion, OlderSqliteLayoutIntoStoreWithRecords)
         changes.inserted = {makeRecord(model().trans(), 1, {{"trans_uniqueID", "OLD-OUT"}, {"trans_amount", -3.0}}),
                             makeRecord(model().smart(), 2, {{"smart_uniqueID", "OLD-RULE"}}),
                             makeRecord(model().vault(), 3, {{"vault_uniqueID", "OLD-VAULT"}}, {{2}})};
-        ASSERT_TRUE((*legacy)->save(changes, 4).isOk());
+        ASSERT_TRUE((*legacy)->save(changes).isOk());
     }
     // Older files use the rollback journal; reading one must not switch it.
     execSql(legacyPath, "PRAGMA journal_mode=DELETE");
@@ -82,7 +82,7 @@ TEST(StoreConversion, OlderSqliteLayoutIntoStoreWithRecords)
     existing.inserted = {makeRecord(model().smart(), 1, {{"smart_uniqueID", "NEW-RULE"}}),
                          makeRecord(model().trans(), 2, {{"trans_uniqueID", "NEW-IN"}, {"trans_amount", 1.0},
                                                          {"trans_direction", "Incoming"}})};
-    ASSERT_TRUE((*target)->save(existing, 3).isOk());
+    ASSERT_TRUE((*target)->save(existing).isOk());
 
     ASSERT_TRUE(copyRecords(**source, **target).isOk());
     const std::vector<RawRecord> records = loadAll(**target);

@@ -129,10 +129,10 @@ TEST(XmlStore, SavesWholeFileOrNothing)
     RawRecord trans = records[0];
     trans.attributes[1] = Value("Tea");
     ChangeSet changes;
-    changes.updated = {trans};
+    changes.updated = {{trans, 1u << 1, false}};
     changes.deleted = {records[4]};
     changes.inserted = {makeRecord(model().budget(), 8, {{"budget_tags", "food"}, {"budget_limitAmount", 250.0}})};
-    ASSERT_TRUE(store.save(changes, 9).isOk());
+    ASSERT_TRUE(store.save(changes).isOk());
 
     std::vector<RawRecord> expected = {trans, records[1], records[2], records[3], changes.inserted[0]};
     EXPECT_EQ(dumpRecords(loadAll(store)), dumpRecords(expected));
@@ -145,11 +145,11 @@ TEST(XmlStore, SavesWholeFileOrNothing)
     const QByteArray before = readFile(path);
     ChangeSet bad;
     bad.inserted = {makeRecord(model().trans(), 20, {{"trans_title", "new"}})};
-    bad.updated = {records[4]}; // deleted above
-    EXPECT_FALSE(store.save(bad, 21).isOk());
+    bad.updated = {{records[4], 1u << 1, false}}; // deleted above
+    EXPECT_FALSE(store.save(bad).isOk());
     ChangeSet twice;
     twice.inserted = {changes.inserted[0]};
-    EXPECT_FALSE(store.save(twice, 21).isOk());
+    EXPECT_FALSE(store.save(twice).isOk());
     EXPECT_EQ(readFile(path), before);
     EXPECT_EQ(dumpRecords(loadAll(store)), dumpRecords(expected));
 

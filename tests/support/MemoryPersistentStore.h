@@ -18,7 +18,7 @@ public:
     QString path() const override { return QStringLiteral(":memory:"); }
     const StoreMetadata& metadata() const override { return m_metadata; }
     Status load(const RecordSink& sink) override;
-    Status save(const ChangeSet& changes, std::int64_t nextObjectID) override;
+    Result<SaveOutcome> save(const ChangeSet& changes) override;
 
     void addRecord(RawRecord record) { m_records.push_back(std::move(record)); }
     void setNextObjectID(std::int64_t next) { m_metadata.nextObjectID = next; }
