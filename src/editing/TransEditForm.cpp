@@ -5,7 +5,6 @@
 #include "common/DateFormatter.h"
 #include "common/QFNSStringCategory.h"
 #include "editing/TransactionRecords.h"
-#include "planning/Recurrence.h"
 #include "store/ManagedObject.h"
 #include "store/ManagedObjectContext.h"
 #include "store/StoreOpener.h"
@@ -279,7 +278,7 @@ TransEditForm::SaveOutcome TransEditForm::save()
 
 void TransEditForm::setupReoccurence(const QString& repeat, ManagedObject& record)
 {
-    const std::optional<AbsoluteTime> due = Recurrence::nextDueDate(record.valueForKey(u"trans_date").toDate(), repeat);
+    const std::optional<AbsoluteTime> due = TransactionRecords::nextOccurrenceDue(record, repeat);
     if (!due)
         return;
     ManagedObjectContext& context = *m_delegate.managedObjectContext();
