@@ -7,6 +7,7 @@
 #include "common/AmountFormatter.h"
 #include "common/Money.h"
 #include "common/QFNSStringCategory.h"
+#include "common/SafePathComponent.h"
 #include "editing/AccountRecords.h"
 #include "editing/TransactionRecords.h"
 #include "planning/Recurrence.h"
@@ -341,6 +342,15 @@ int LedgerCli::set(const CommandLine& line)
     const int index = record->entity().indexOfAttribute(key);
     if (index < 0)
         return fail(Failure, QStringLiteral("%1 has no stored key \"%2\"").arg(record->entity().name(), key));
+    // Identifiers link records and name attachment folders: never cleared,
+    // never a path.
+    if (key.endsWith(QLatin1String("_uniqueID")) || key == QLatin1String("attachment_transParentID")) {
+        const QString& text = line.positional().at(2);
+        const Status safe = text == QLatin1String("nil") ? Status::failure(QStringLiteral("it cannot be cleared"))
+                                                         : SafePathComponent::check(text);
+        if (!safe)
+            return fail(Failure, QStringLiteral("%1 not changed: %2").arg(key, safe.message()));
+    }
     QString why;
     const auto value = valueForAttribute(record->entity().attributes()[index], line.positional().at(2), &why);
     if (!value)

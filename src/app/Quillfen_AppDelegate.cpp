@@ -2,9 +2,11 @@
 
 #include "app/ResourceFolder.h"
 #include "app/UserDefaults.h"
+#include "attachments/AttachmentFiles.h"
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
 #include "common/LocaleDefaults.h"
+#include "common/SafePathComponent.h"
 #include "planning/KVCalendarInfo.h"
 #include "planning/NamedPeriod.h"
 #include "store/RecordClassFactory.h"
@@ -279,9 +281,12 @@ QString Quillfen_AppDelegate::obtainAttachmentPathFrom(const QString& storedPath
     // Only the transaction folder and file name count, so attachments follow
     // the data folder even when the stored path is out of date.
     const QFileInfo stored(storedPath);
-    const QString parentName = QFileInfo(stored.path()).fileName();
-    return applicationSupportFolder() + QLatin1Char('/') + StoreFile::Attachments + QLatin1Char('/') + parentName +
-           QLatin1Char('/') + stored.fileName();
+    const Result<QString> folder =
+        AttachmentFiles::transactionFolder(applicationSupportFolder(), QFileInfo(stored.path()).fileName());
+    if (!folder)
+        return {};
+    const Result<QString> file = SafePathComponent::join(folder.value(), stored.fileName());
+    return file ? file.value() : QString();
 }
 
 void Quillfen_AppDelegate::deleteAttachmentsForObjects(const std::vector<ManagedObject*>& objects)
@@ -294,8 +299,11 @@ void Quillfen_AppDelegate::deleteAttachmentsForObjects(const std::vector<Managed
         const QString uniqueID = object->primitiveValue(uniqueIDIndex).toString();
         if (uniqueID.isEmpty())
             continue;
-        QDir(applicationSupportFolder() + QLatin1Char('/') + StoreFile::Attachments + QLatin1Char('/') + uniqueID)
-            .removeRecursively();
+        const Result<QString> folder = AttachmentFiles::transactionFolder(applicationSupportFolder(), uniqueID);
+        if (folder)
+            QDir(folder.value()).removeRecursively();
+        else
+            qWarning("Attachment files of a deleted transaction kept: %s", qPrintable(folder.message()));
         for (ManagedObject* attachment : fetchObjectsWithEntityName(QStringLiteral("AttachmentEntity"),
                                                                     QStringLiteral("attachment_transParentID"),
                                                                     Value(uniqueID)))

@@ -77,7 +77,13 @@ public:
 
     QString createUniqueID() const override;
 
+    // The stored path moved under Attachments/ of the current data folder,
+    // keeping its folder and file name. Empty for an empty path, or when
+    // either name is not one safe name, so the result never leads elsewhere.
     QString obtainAttachmentPathFrom(const QString& storedPath) const;
+    // For each deleted transaction: its Attachments/<trans_uniqueID> folder
+    // and its attachment records. An identifier that is not one safe name
+    // removes no files (a warning is logged); the records still go.
     void deleteAttachmentsForObjects(const std::vector<ManagedObject*>& objects);
 
     const AmountFormatter& amountFormatter() const;

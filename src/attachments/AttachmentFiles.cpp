@@ -1,5 +1,6 @@
 #include "attachments/AttachmentFiles.h"
 
+#include "common/SafePathComponent.h"
 #include "store/StoreOpener.h"
 
 #include <QDir>
@@ -39,9 +40,9 @@ QString AttachmentFiles::attachmentsFolder(const QString& supportFolder)
     return supportFolder + QLatin1Char('/') + StoreFile::Attachments;
 }
 
-QString AttachmentFiles::transactionFolder(const QString& supportFolder, const QString& transID)
+Result<QString> AttachmentFiles::transactionFolder(const QString& supportFolder, const QString& transID)
 {
-    return attachmentsFolder(supportFolder) + QLatin1Char('/') + transID;
+    return SafePathComponent::join(attachmentsFolder(supportFolder), transID);
 }
 
 Status AttachmentFiles::ensureFolder(const QString& folder)
@@ -56,12 +57,15 @@ Result<QString> AttachmentFiles::copyPathIntoFolder(const QString& source, const
     const QFileInfo info(source);
     if (!info.exists())
         return Result<QString>::failure(QStringLiteral("No file at %1").arg(source));
-    if (Status s = ensureFolder(folder); !s)
-        return s.error();
     QString name = info.fileName();
     if (name.isEmpty()) // a folder given with a trailing "/"
         name = QFileInfo(info.absolutePath()).fileName();
-    const QString target = folder + QLatin1Char('/') + name;
+    const Result<QString> joined = SafePathComponent::join(folder, name);
+    if (!joined)
+        return joined;
+    if (Status s = ensureFolder(folder); !s)
+        return s.error();
+    const QString& target = joined.value();
     if (QFileInfo::exists(target))
         return target;
     if (info.isDir()) {

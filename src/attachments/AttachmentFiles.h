@@ -9,11 +9,12 @@ namespace qf {
 
 // Where attachment files live and how they get there. A transaction's files
 // sit in <support folder>/Attachments/<trans_uniqueID>/ under their own
-// names; folders are made on first use.
+// names; folders are made on first use. An identifier or file name that is
+// not one safe name (SafePathComponent) makes no path: the call fails.
 class AttachmentFiles {
 public:
     static QString attachmentsFolder(const QString& supportFolder);
-    static QString transactionFolder(const QString& supportFolder, const QString& transID);
+    static Result<QString> transactionFolder(const QString& supportFolder, const QString& transID);
     // Makes the folder (and its parents) when missing.
     static Status ensureFolder(const QString& folder);
 

@@ -136,7 +136,7 @@ std::vector<AttachmentFileFailure> AttachmentStaging::applyStagedChanges()
 {
     std::vector<AttachmentFileFailure> failures;
     ManagedObjectContext* context = m_delegate.managedObjectContext();
-    const QString folder = AttachmentFiles::transactionFolder(m_delegate.applicationSupportFolder(), m_transID);
+    const Result<QString> folder = AttachmentFiles::transactionFolder(m_delegate.applicationSupportFolder(), m_transID);
 
     for (const ValueDictionary& staged : m_newCurrentAttachments) {
         ManagedObject* record = context->insertNewObject(ManagedObjectModel::shared().attachment());
@@ -145,7 +145,7 @@ std::vector<AttachmentFileFailure> AttachmentStaging::applyStagedChanges()
         // The record keeps the original path when the copy fails, so the
         // attachment still opens from where the user picked it.
         const QString source = stringOf(staged, kPath);
-        Result<QString> copy = AttachmentFiles::copyPathIntoFolder(source, folder);
+        const Result<QString> copy = folder ? AttachmentFiles::copyPathIntoFolder(source, folder.value()) : folder;
         if (copy)
             record->setValueForKey(kPath, Value(copy.value()));
         else
@@ -156,7 +156,11 @@ std::vector<AttachmentFileFailure> AttachmentStaging::applyStagedChanges()
         ManagedObject* record = m_delegate.fetchAttachmentWithID(stringOf(removed, kUniqueID));
         if (!record)
             continue;
-        const QString file = m_delegate.obtainAttachmentPathFrom(record->valueForKey(kPath).toString());
+        const QString stored = record->valueForKey(kPath).toString();
+        const QString file = m_delegate.obtainAttachmentPathFrom(stored);
+        if (file.isEmpty() && !stored.isEmpty())
+            qWarning("Attachment file not moved to the Trash: \"%s\" names no file inside the attachments folder",
+                     qPrintable(stored));
         if (!file.isEmpty() && QFileInfo::exists(file) && !m_trash(file)) {
             failures.push_back({file, QStringLiteral("Could not move %1 to the Trash").arg(file)});
             continue;

@@ -2,6 +2,7 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "attachments/AttachmentFiles.h"
+#include "common/SafePathComponent.h"
 #include "store/EntityDescription.h"
 #include "store/ManagedObject.h"
 
@@ -24,7 +25,7 @@ QString TempAttachmentsController::attachmentsFolder() const
     return AttachmentFiles::attachmentsFolder(m_delegate.applicationSupportFolder());
 }
 
-QString TempAttachmentsController::transactionSupportFolder() const
+Result<QString> TempAttachmentsController::transactionSupportFolder() const
 {
     return AttachmentFiles::transactionFolder(m_delegate.applicationSupportFolder(), transactionID());
 }
@@ -40,12 +41,15 @@ Result<ManagedObject*> TempAttachmentsController::createAttachmentObjectWithPath
 Result<ManagedObject*> TempAttachmentsController::createAttachmentObjectWithData(const QByteArray& data,
                                                                                  const QString& fileName)
 {
-    if (fileName.isEmpty())
-        return Result<ManagedObject*>::failure(QStringLiteral("An attachment needs a file name"));
-    const QString path = transactionSupportFolder() + QLatin1Char('/') + fileName;
-    if (Status s = AttachmentFiles::writeAtomically(path, data); !s)
+    const Result<QString> folder = transactionSupportFolder();
+    if (!folder)
+        return folder.error();
+    const Result<QString> path = SafePathComponent::join(folder.value(), fileName);
+    if (!path)
+        return path.error();
+    if (Status s = AttachmentFiles::writeAtomically(path.value(), data); !s)
         return s.error();
-    return createAttachmentRecord(path);
+    return createAttachmentRecord(path.value());
 }
 
 Result<ManagedObject*> TempAttachmentsController::createAttachmentObjectWithImage(const QByteArray& imageData)
@@ -58,14 +62,18 @@ Result<ManagedObject*> TempAttachmentsController::createAttachmentObjectWithImag
 
 Result<QString> TempAttachmentsController::copyImageToSupportFolder(const QByteArray& imageData)
 {
-    const QString folder = transactionSupportFolder();
-    if (Status s = AttachmentFiles::ensureFolder(folder); !s)
+    const Result<QString> folder = transactionSupportFolder();
+    if (!folder)
+        return folder;
+    if (Status s = AttachmentFiles::ensureFolder(folder.value()); !s)
         return s.error();
-    // Names freed by deleted photos are taken again, lowest first.
+    // Names freed by deleted photos are taken again, lowest first. A link,
+    // even one leading nowhere, holds its name: writing would follow it.
     QString path;
     for (int i = 1;; ++i) {
-        path = folder + QStringLiteral("/Photo %1.jpg").arg(i);
-        if (!QFileInfo::exists(path))
+        path = folder.value() + QStringLiteral("/Photo %1.jpg").arg(i);
+        const QFileInfo entry(path);
+        if (!entry.exists() && !entry.isSymLink())
             break;
     }
     if (Status s = AttachmentFiles::writeAtomically(path, imageData); !s)
@@ -75,7 +83,10 @@ Result<QString> TempAttachmentsController::copyImageToSupportFolder(const QByteA
 
 Result<QString> TempAttachmentsController::copyPathToSupportFolder(const QString& path)
 {
-    return AttachmentFiles::copyPathIntoFolder(path, transactionSupportFolder());
+    const Result<QString> folder = transactionSupportFolder();
+    if (!folder)
+        return folder;
+    return AttachmentFiles::copyPathIntoFolder(path, folder.value());
 }
 
 ManagedObject* TempAttachmentsController::createAttachmentRecord(const QString& storedPath)

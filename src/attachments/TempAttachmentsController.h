@@ -20,13 +20,15 @@ public:
 
     QString transactionID() const;
     QString attachmentsFolder() const;
-    QString transactionSupportFolder() const;
+    // Fails when the transaction's identifier is not a safe folder name.
+    Result<QString> transactionSupportFolder() const;
 
     // Copies the file (or folder) into the transaction's folder and records
     // the copy; an existing entry of that name is recorded instead of copied.
     Result<ManagedObject*> createAttachmentObjectWithPath(const QString& path);
-    // Writes data atomically at <transaction folder>/<fileName>, the name
-    // taken as given (it may hold subfolders), replacing a file there.
+    // Writes data atomically at <transaction folder>/<fileName>, replacing a
+    // file there. fileName must be one safe name: a peer's "../x" or "a/b"
+    // is refused.
     Result<ManagedObject*> createAttachmentObjectWithData(const QByteArray& data, const QString& fileName);
     // imageData is an already encoded image; its bytes are stored unchanged.
     Result<ManagedObject*> createAttachmentObjectWithImage(const QByteArray& imageData);

@@ -20,7 +20,8 @@ public:
     // The editor's save step for the photo. imageData is the encoded photo,
     // stored as given, or none when the photo was removed. The new file is
     // written before the old one goes, so a failed write leaves the stored
-    // photo and trans_photo as they were.
+    // photo and trans_photo as they were. A trans_uniqueID that is not one
+    // safe name fails and touches nothing.
     static Status savePhoto(ManagedObject& transaction, const RecordEnvironment& environment,
                             const std::optional<QByteArray>& imageData);
 };

@@ -1,5 +1,7 @@
 #include "editing/CalendarApplication.h"
 
+#include "common/SafePathComponent.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -148,11 +150,11 @@ QString CalendarApplication::eventFilePath(const QString& transUniqueID)
     const QString folder =
         QStandardPaths::writableLocation(QStandardPaths::TempLocation) + QStringLiteral("/Quillfen Calendar Events");
     QDir().mkpath(folder);
-    QString name = transUniqueID;
-    name.replace(QLatin1Char('/'), QLatin1Char('_'));
-    if (name.isEmpty())
-        name = QStringLiteral("event");
-    return folder + QLatin1Char('/') + name + QStringLiteral(".ics");
+    // An identifier that is no safe file name still gets its event.
+    QString name = transUniqueID + QStringLiteral(".ics");
+    if (transUniqueID.isEmpty() || !SafePathComponent::isSafe(name))
+        name = QStringLiteral("event.ics");
+    return folder + QLatin1Char('/') + name;
 }
 
 } // namespace qf

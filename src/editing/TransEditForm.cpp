@@ -1,14 +1,13 @@
 #include "editing/TransEditForm.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "attachments/AttachmentFiles.h"
 #include "common/AmountFormatter.h"
 #include "common/DateFormatter.h"
 #include "common/QFNSStringCategory.h"
 #include "editing/TransactionRecords.h"
-#include "planning/Recurrence.h"
 #include "store/ManagedObject.h"
 #include "store/ManagedObjectContext.h"
-#include "store/StoreOpener.h"
 #include "store/UndoManager.h"
 
 #include <QDir>
@@ -279,7 +278,7 @@ TransEditForm::SaveOutcome TransEditForm::save()
 
 void TransEditForm::setupReoccurence(const QString& repeat, ManagedObject& record)
 {
-    const std::optional<AbsoluteTime> due = Recurrence::nextDueDate(record.valueForKey(u"trans_date").toDate(), repeat);
+    const std::optional<AbsoluteTime> due = TransactionRecords::nextOccurrenceDue(record, repeat);
     if (!due)
         return;
     ManagedObjectContext& context = *m_delegate.managedObjectContext();
@@ -312,15 +311,18 @@ QStringList TransEditForm::hintsForKey(const QString& key, const QString& text, 
 
 QString TransEditForm::attachmentsFolder() const
 {
-    const QString folder = m_delegate.applicationSupportFolder() + QLatin1Char('/') + StoreFile::Attachments;
+    const QString folder = AttachmentFiles::attachmentsFolder(m_delegate.applicationSupportFolder());
     QDir().mkpath(folder);
     return folder;
 }
 
-QString TransEditForm::transactionSupportFolder() const
+Result<QString> TransEditForm::transactionSupportFolder() const
 {
-    const QString folder = attachmentsFolder() + QLatin1Char('/') + m_transUniqueID;
-    QDir().mkpath(folder);
+    Result<QString> folder = AttachmentFiles::transactionFolder(m_delegate.applicationSupportFolder(), m_transUniqueID);
+    if (!folder)
+        return folder;
+    if (Status made = AttachmentFiles::ensureFolder(folder.value()); !made)
+        return made.error();
     return folder;
 }
 

@@ -123,9 +123,10 @@ public:
     // than the text itself, each from partialWordStart on; first-seen order.
     QStringList hintsForKey(const QString& key, const QString& text, qsizetype partialWordStart) const;
 
-    // Created on first use.
+    // Created on first use. The transaction's folder fails when
+    // transUniqueID() is not one safe folder name.
     QString attachmentsFolder() const;
-    QString transactionSupportFolder() const;
+    Result<QString> transactionSupportFolder() const;
 
 private:
     void setupAccounts();

@@ -167,12 +167,20 @@ ManagedObject* TransactionRecords::insertNextOccurrence(ManagedObjectContext& co
     return copy;
 }
 
+std::optional<AbsoluteTime> TransactionRecords::nextOccurrenceDue(const ManagedObject& record, const QString& repeat)
+{
+    // A missing date would read as the reference date and put a copy in 2001.
+    const Value date = record.valueForKey(u"trans_date");
+    if (date.isNull())
+        return std::nullopt;
+    return Recurrence::nextDueDate(date.toDate(), repeat);
+}
+
 ManagedObject* TransactionRecords::scheduleNextOccurrence(ManagedObjectContext& context,
                                                           const RecordEnvironment& environment, ManagedObject& record,
                                                           const QString& repeat)
 {
-    const std::optional<AbsoluteTime> due =
-        Recurrence::nextDueDate(record.valueForKey(u"trans_date").toDate(), repeat);
+    const std::optional<AbsoluteTime> due = nextOccurrenceDue(record, repeat);
     if (!due)
         return nullptr;
     const QString uniqueID = record.valueForKey(u"trans_uniqueID").toString();

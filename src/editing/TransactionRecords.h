@@ -57,10 +57,14 @@ public:
     static ManagedObject* insert(ManagedObjectContext& context, const RecordEnvironment& environment,
                                  const TransactionDraft& draft);
 
-    // The upcoming copy a repeat setting schedules, due one interval after
-    // the record's date. When a copy made from this record exists, only its
-    // repeat value is brought up to date and null is returned; null too when
-    // the repeat title has no interval.
+    // When the upcoming copy of a repeat falls due: one interval after the
+    // record's date. None when the record has no date or the title names no
+    // interval; then nothing is scheduled.
+    static std::optional<AbsoluteTime> nextOccurrenceDue(const ManagedObject& record, const QString& repeat);
+    // The upcoming copy a repeat setting schedules, due on nextOccurrenceDue().
+    // When a copy made from this record exists, only its repeat value is
+    // brought up to date and null is returned; null too, with nothing
+    // changed, when there is no due date.
     static ManagedObject* scheduleNextOccurrence(ManagedObjectContext& context, const RecordEnvironment& environment,
                                                  ManagedObject& record, const QString& repeat);
     // The first transaction whose trans_paidREFID is the unique ID: the

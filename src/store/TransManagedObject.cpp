@@ -1,5 +1,6 @@
 #include "store/TransManagedObject.h"
 
+#include "common/SafePathComponent.h"
 #include "store/RecordEnvironment.h"
 
 #include <cmath>
@@ -229,11 +230,12 @@ Value TransManagedObject::photoPath() const
     QStringView name(stored);
     while (name.endsWith(u'/'))
         name.chop(1);
-    name = name.mid(name.lastIndexOf(u'/') + 1);
-    if (name.isEmpty() || !m_environment)
+    const QString fileName = name.mid(name.lastIndexOf(u'/') + 1).toString();
+    const QString uniqueID = primitiveValue(keys().uniqueID).toString();
+    if (!m_environment || !SafePathComponent::isSafe(fileName) || !SafePathComponent::isSafe(uniqueID))
         return {};
-    return Value(m_environment->applicationSupportFolder() + QStringLiteral("/Attachments/")
-                 + primitiveValue(keys().uniqueID).toString() + QLatin1Char('/') + name);
+    return Value(m_environment->applicationSupportFolder() + QStringLiteral("/Attachments/") + uniqueID +
+                 QLatin1Char('/') + fileName);
 }
 
 void TransManagedObject::didChangeValue(int attributeIndex)

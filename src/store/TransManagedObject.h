@@ -13,8 +13,10 @@ class RecordEnvironment;
 // trans_amount reads adjusted for an upcoming transfer bill in the selected
 // account; trans_direction always follows the stored amount (its stored copy
 // is rewritten whenever the amount is written or loaded); trans_photo reads as
-// the photo's full path. Formatted texts are cached per record until their
-// stored key changes or the environment's format generation moves on.
+// the photo's full path under the current data folder, null when the
+// identifier or the stored file name is not one safe name. Formatted texts
+// are cached per record until their stored key changes or the environment's
+// format generation moves on.
 class TransManagedObject final : public ManagedObject {
 public:
     // The environment may be null (then the texts, status dates and photo

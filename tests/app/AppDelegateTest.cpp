@@ -255,6 +255,57 @@ TEST(AppDelegate, QuittingRemovesAttachmentsOfDeletedTransactionsAndSaves)
               Quillfen_AppDelegate::TerminateReply::Cancel);
 }
 
+TEST(AppDelegate, PathLikeTransactionIDsNeverLeadOutOfTheirAttachmentsFolder)
+{
+    TempLedger ledger;
+    ledger.launch();
+    const QStringList malformed{QStringLiteral(".."), QStringLiteral("../x"), QStringLiteral("a/b"),
+                                QStringLiteral("LINK")};
+    for (const QString& id : malformed + QStringList{QStringLiteral("GOOD-1")}) {
+        ManagedObject* t = ledger.addTransaction(id, -1.0);
+        t->setValueForKey(u"trans_uniqueID", Value(id));
+        ManagedObject* attachment = ledger.context().insertNewObject(ManagedObjectModel::shared().attachment());
+        attachment->setValueForKey(u"attachment_transParentID", Value(id));
+    }
+    ASSERT_TRUE(ledger.delegate().saveAction());
+    ledger.reopen();
+    ledger.launch();
+
+    const QString data = ledger.folder();
+    const QString attachments = data + QStringLiteral("/Attachments");
+    const QString beside = QFileInfo(data).path();
+    const QStringList sentinels{data + QStringLiteral("/sentinel.txt"), data + QStringLiteral("/x/sentinel.txt"),
+                                attachments + QStringLiteral("/a/b/sentinel.txt"),
+                                beside + QStringLiteral("/sentinel.txt"), beside + QStringLiteral("/linked/sentinel.txt")};
+    for (const QString& path : sentinels)
+        ASSERT_TRUE(writeFile(path, "keep"));
+    ASSERT_TRUE(QFile::link(beside + QStringLiteral("/linked"), attachments + QStringLiteral("/LINK")));
+    ASSERT_TRUE(writeFile(attachments + QStringLiteral("/GOOD-1/receipt.pdf"), "%PDF"));
+
+    for (ManagedObject* t : ledger.delegate().fetchAllTransObjects())
+        ledger.context().deleteObject(t);
+    EXPECT_EQ(ledger.delegate().applicationShouldTerminate(), Quillfen_AppDelegate::TerminateReply::Now);
+    for (const QString& path : sentinels)
+        EXPECT_EQ(readFile(path), QByteArray("keep")) << qPrintable(path);
+    EXPECT_TRUE(QFileInfo::exists(ledger.storePath()));
+    EXPECT_FALSE(QFileInfo::exists(attachments + QStringLiteral("/GOOD-1")));
+    // The records go with their transactions; only the files are spared.
+    ledger.reopen();
+    ledger.launch();
+    EXPECT_TRUE(ledger.delegate().fetchAllTransObjects().empty());
+    EXPECT_TRUE(ledger.delegate().fetchAllAttachments().empty());
+
+    // A stored attachment path keeps only its last two names, and both must be safe.
+    QStringList resolved;
+    for (const QString& stored :
+         {QStringLiteral("/old/Attachments/../receipt.pdf"), QStringLiteral("/old/Attachments/T-1/.."),
+          QStringLiteral("/old/Attachments/T-1/"), QStringLiteral("../.."), QStringLiteral(".."),
+          QStringLiteral("/"), QStringLiteral("receipt.pdf"), QStringLiteral("/old/Attachments/LINK/sentinel.txt"),
+          QStringLiteral("/old/a/b/c.pdf")})
+        resolved << ledger.delegate().obtainAttachmentPathFrom(stored).replace(attachments, QStringLiteral("<A>"));
+    EXPECT_EQ(resolved.join(QLatin1Char('|')), QStringLiteral("||||||||<A>/b/c.pdf"));
+}
+
 TEST(AppDelegate, RestartWithoutSavingLeavesTheFilesAsTheyAre)
 {
     TempLedger ledger;

@@ -27,7 +27,7 @@ TEST(TempAttachmentsController, PhotosTakeTheFirstFreeNumberedName)
     ManagedObject* trans = ledger.addTransaction(QStringLiteral("Lunch"), -12.0);
     TempAttachmentsController controller(ledger.delegate(), *trans);
     const QString id = trans->valueForKey(u"trans_uniqueID").toString();
-    EXPECT_EQ(controller.transactionSupportFolder(), ledger.folder() + QStringLiteral("/Attachments/") + id);
+    EXPECT_EQ(controller.transactionSupportFolder().value(), ledger.folder() + QStringLiteral("/Attachments/") + id);
 
     const Result<QString> first = controller.copyImageToSupportFolder("JPEG-1");
     EXPECT_EQ(fileNameOf(first), QStringLiteral("Photo 1.jpg"));
@@ -38,7 +38,7 @@ TEST(TempAttachmentsController, PhotosTakeTheFirstFreeNumberedName)
     EXPECT_EQ((*third)->valueForKey(u"attachment_title").toString(), QStringLiteral("Photo 1.jpg"));
     EXPECT_EQ((*third)->valueForKey(u"attachment_transParentID").toString(), id);
     EXPECT_EQ(readFile(first.value()), QByteArray("JPEG-3"));
-    EXPECT_EQ(readFile(controller.transactionSupportFolder() + QStringLiteral("/Photo 2.jpg")), QByteArray("JPEG-2"));
+    EXPECT_EQ(readFile(controller.transactionSupportFolder().value() + QStringLiteral("/Photo 2.jpg")), QByteArray("JPEG-2"));
 }
 
 TEST(TempAttachmentsController, FilesAndDataAreStoredInTheTransactionFolder)
@@ -48,7 +48,7 @@ TEST(TempAttachmentsController, FilesAndDataAreStoredInTheTransactionFolder)
     QTemporaryDir outside;
     ManagedObject* trans = ledger.addTransaction(QStringLiteral("Rent"), -800.0);
     TempAttachmentsController controller(ledger.delegate(), *trans);
-    const QString folder = controller.transactionSupportFolder();
+    const QString folder = controller.transactionSupportFolder().value();
 
     writeFile(folder + QStringLiteral("/lease.pdf"), "kept");
     writeFile(outside.path() + QStringLiteral("/lease.pdf"), "newer");
@@ -66,12 +66,39 @@ TEST(TempAttachmentsController, FilesAndDataAreStoredInTheTransactionFolder)
     EXPECT_FALSE(controller.createAttachmentObjectWithPath(outside.path() + QStringLiteral("/none.pdf")).isOk());
     EXPECT_FALSE(controller.createAttachmentObjectWithData("x", QString()).isOk());
 
-    Result<ManagedObject*> received = controller.createAttachmentObjectWithData("DATA", QStringLiteral("in/note.txt"));
+    // A received name is one name inside the folder, never a path.
+    for (const QString& name : {QStringLiteral("in/note.txt"), QStringLiteral("../note.txt"), QStringLiteral("..")})
+        EXPECT_FALSE(controller.createAttachmentObjectWithData("DATA", name).isOk()) << qPrintable(name);
+    EXPECT_FALSE(QFileInfo::exists(QFileInfo(folder).path() + QStringLiteral("/note.txt")));
+    Result<ManagedObject*> received = controller.createAttachmentObjectWithData("DATA", QStringLiteral("note.txt"));
     ASSERT_TRUE(received.isOk()) << qPrintable(received.message());
     EXPECT_EQ((*received)->valueForKey(u"attachment_title").toString(), QStringLiteral("note.txt"));
-    EXPECT_EQ(readFile(folder + QStringLiteral("/in/note.txt")), QByteArray("DATA"));
+    EXPECT_EQ(readFile(folder + QStringLiteral("/note.txt")), QByteArray("DATA"));
     ASSERT_TRUE(ledger.delegate().saveAction());
     EXPECT_EQ(ledger.delegate().fetchAllAttachments().size(), 2u);
+}
+
+TEST(TempAttachmentsController, PathLikeTransactionIDMakesNoFolderAndWritesNothing)
+{
+    TempLedger ledger;
+    ledger.launch();
+    ManagedObject* trans = ledger.addTransaction(QStringLiteral("Odd"), -1.0);
+    trans->setValueForKey(u"trans_uniqueID", Value(".."));
+    TempAttachmentsController controller(ledger.delegate(), *trans);
+
+    EXPECT_FALSE(controller.copyImageToSupportFolder("IMG").isOk());
+    EXPECT_FALSE(controller.createAttachmentObjectWithData("DATA", QStringLiteral("note.txt")).isOk());
+    // Attachments/.. is the data folder itself.
+    EXPECT_EQ(QDir(ledger.folder()).entryList({QStringLiteral("*.jpg"), QStringLiteral("*.txt")}), QStringList());
+    EXPECT_TRUE(ledger.delegate().fetchAllAttachments().empty());
+
+    // The editor's photo step refuses too, keeping what trans_photo holds.
+    const int photo = trans->entity().indexOfAttribute(u"trans_photo");
+    trans->setValueForKey(u"trans_photo", Value("/old/Trans_Photo.jpg"));
+    EXPECT_FALSE(TransPhotoStore::savePhoto(*trans, ledger.delegate(), QByteArray("IMG")).isOk());
+    EXPECT_FALSE(TransPhotoStore::savePhoto(*trans, ledger.delegate(), std::nullopt).isOk());
+    EXPECT_EQ(trans->primitiveValue(photo), Value("/old/Trans_Photo.jpg"));
+    EXPECT_TRUE(trans->valueForKey(u"trans_photo").isNull()) << "the path is no path under the data folder";
 }
 
 TEST(TransPhotoStore, ReplacingAndRemovingThePhoto)

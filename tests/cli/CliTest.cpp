@@ -116,6 +116,19 @@ TEST_F(Cli, BadInputFailsClearlyAndWritesNothing)
     EXPECT_TRUE(canonical.out.contains(QStringLiteral("\"ABC\""))) << qPrintable(canonical.out);
 }
 
+TEST_F(Cli, SetRefusesIdentifiersThatAreNoSafeFileName)
+{
+    const QString coffee = add({QStringLiteral("--title"), QStringLiteral("Coffee"), QStringLiteral("--amount"),
+                                QStringLiteral("-3")});
+    for (const QString& bad : {QStringLiteral(".."), QStringLiteral("a/b"), QStringLiteral("nil")}) {
+        const CliRun set = run({QStringLiteral("set"), coffee, QStringLiteral("trans_uniqueID"), bad});
+        EXPECT_EQ(set.exitCode, 1) << qPrintable(bad);
+        EXPECT_TRUE(set.err.startsWith(QStringLiteral("quillfen-cli: trans_uniqueID not changed: "))) << qPrintable(set.err);
+    }
+    // Nothing was saved: the transaction keeps its identifier.
+    EXPECT_TRUE(run({QStringLiteral("list")}).out.startsWith(coffee + QLatin1Char('\t')));
+}
+
 TEST_F(Cli, ExampleStoreIsListedButNeverChanged)
 {
     const CliRun before = run({QStringLiteral("--example"), QStringLiteral("balance")});

@@ -174,6 +174,22 @@ TEST(TransEditForm, MonthlyRepeatSchedulesOneCopyAndLaterChangesOnlyUpdateIt)
     EXPECT_EQ(text(rent, u"trans_reoccurrence"), QStringLiteral("Daily"));
 }
 
+TEST(TransEditForm, RepeatWithAnEmptyDateSchedulesNoUpcomingCopy)
+{
+    TempLedger ledger;
+    ledger.launch();
+    TransEditForm form(ledger.delegate());
+    form.showAddWindowWithDefaults({});
+    form.fields().title = QStringLiteral("Gym");
+    form.fields().amount = QStringLiteral("30");
+    form.fields().date.clear();
+    form.fields().repeat = QStringLiteral("Monthly");
+    const std::size_t before = transCount(ledger);
+    EXPECT_EQ(form.save(), TransEditForm::SaveOutcome::Saved);
+    EXPECT_EQ(form.confirmReoccurence(), nullptr);
+    EXPECT_EQ(transCount(ledger), before + 1);
+}
+
 TEST(TransEditForm, KeywordsSplitOnlyWhenWellFormedAndJoinedWithCommaBlank)
 {
     TempLedger ledger;

@@ -27,3 +27,15 @@ TEST(TransactionRecords, PendingSheetMakesAPendingTransactionOfTheHandedValues)
     EXPECT_EQ(t->valueForKey(u"trans_uniqueID").toString().size(), 36);
     EXPECT_EQ(context.count(ManagedObjectModel::shared().trans()), 1u);
 }
+
+TEST(TransactionRecords, RepeatOfATransactionWithoutADateSchedulesNothing)
+{
+    TempLedger ledger;
+    ManagedObjectContext& context = ledger.launch();
+    ManagedObject* gym = ledger.addTransaction(QStringLiteral("Gym"), -30.0);
+    gym->setValueForKey(u"trans_date", Value());
+    const std::size_t before = context.count(ManagedObjectModel::shared().trans());
+    EXPECT_EQ(TransactionRecords::scheduleNextOccurrence(context, ledger.delegate(), *gym, QStringLiteral("Weekly")),
+              nullptr);
+    EXPECT_EQ(context.count(ManagedObjectModel::shared().trans()), before);
+}

@@ -181,6 +181,13 @@ TEST_F(RecordClassesTest, PhotoPathIsBuiltFromTheStoredFileName)
               Value("/home/user/.local/share/Quillfen/Attachments/T-1/Trans_Photo.jpg"));
     const int photo = t->entity().indexOfAttribute(u"trans_photo");
     EXPECT_EQ(t->primitiveValue(photo), Value("/old/place/Trans_Photo.jpg"));
+
+    // Names that would climb out of the attachments folder make no path.
+    t->setValueForKey(u"trans_photo", Value("/old/place/.."));
+    EXPECT_TRUE(t->valueForKey(u"trans_photo").isNull());
+    t->setValueForKey(u"trans_photo", Value("/old/place/Trans_Photo.jpg"));
+    t->setValueForKey(u"trans_uniqueID", Value(".."));
+    EXPECT_TRUE(t->valueForKey(u"trans_photo").isNull());
 }
 
 TEST_F(RecordClassesTest, VaultIdentifierIsMadeOnceOnFirstRead)

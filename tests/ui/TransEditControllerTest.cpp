@@ -30,6 +30,7 @@
 #include <QCompleter>
 #include <QDesktopServices>
 #include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -134,6 +135,16 @@ protected:
     }
 
     TransEditDetailsPane* details() { return window->transEditController()->detailsPane(); }
+
+    // Opens the editor on the transaction as selecting it and the menu command do.
+    TransEditController* openEdit(const ManagedObject* record)
+    {
+        EXPECT_TRUE(window->libraryController()->selectTransactionWithID(record->valueForKey(u"trans_uniqueID").toString()));
+        action(QStringLiteral("Edit Transaction…"))->trigger();
+        TransEditController* editor = window->transEditController();
+        EXPECT_TRUE(editor->isVisible());
+        return editor;
+    }
 
     // Moves the keyboard focus into the field and out again, as a user
     // tabbing through the form does.
@@ -511,6 +522,57 @@ TEST_F(TransEditControllerTest, PhotoAndFilesAreStoredWithTheTransactionAndShown
     editor->tabs()->setCurrentIndex(TransEditController::FilesTab);
     EXPECT_FALSE(editor->photoPane()->isCameraRunning());
     editor->cancel();
+}
+
+TEST_F(TransEditControllerTest, PhotoIsStoredAsTiffAndReadBack)
+{
+    QImage photo(12, 9, QImage::Format_RGB32);
+    for (int y = 0; y < photo.height(); ++y)
+        for (int x = 0; x < photo.width(); ++x)
+            photo.setPixelColor(x, y, QColor(x * 20, y * 25, 90));
+    TransEditController* editor = fillNew(QStringLiteral("Scanner"), QStringLiteral("80"));
+    editor->photoPane()->setCurrentTransImage(photo);
+    editor->saveButton()->click();
+    ManagedObject* scanner = transaction(QStringLiteral("Scanner"));
+    ASSERT_NE(scanner, nullptr);
+    const QString path = scanner->valueForKey(u"trans_photo").toString();
+    EXPECT_EQ(QFileInfo(path).fileName(), QStringLiteral("Trans_Photo.jpg"));
+    const QByteArray bytes = qf::test::readFile(path);
+    EXPECT_TRUE(bytes.startsWith(QByteArray("II*\0", 4)) || bytes.startsWith(QByteArray("MM\0*", 4)))
+        << "not TIFF: " << bytes.left(8).toHex().constData();
+
+    openEdit(scanner);
+    EXPECT_EQ(editor->photoPane()->currentTransImage().convertToFormat(QImage::Format_RGB32), photo);
+    editor->cancel();
+}
+
+TEST_F(TransEditControllerTest, UnreadablePhotoFileOutlivesSavesUntilTheUserRemovesIt)
+{
+    ManagedObject* coffee = transaction(QStringLiteral("Coffee"));
+    const QString path = ledger.folder() + QStringLiteral("/Attachments/") +
+                         coffee->valueForKey(u"trans_uniqueID").toString() + QStringLiteral("/Trans_Photo.jpg");
+    ASSERT_TRUE(qf::test::writeFile(path, "\x01\x02 not an image of any kind"));
+    coffee->setValueForKey(u"trans_photo", Value(path));
+    ASSERT_TRUE(ledger.delegate().saveAction());
+
+    TransEditController* editor = openEdit(coffee);
+    TransPhotoController* pane = editor->photoPane();
+    EXPECT_TRUE(pane->currentTransImage().isNull());
+    EXPECT_TRUE(pane->keepsUnreadablePhoto());
+    EXPECT_FALSE(pane->removeButton()->isHidden()) << "the user has no way to let the file go";
+    details()->notesField()->setPlainText(QStringLiteral("with a receipt"));
+    editor->saveButton()->click();
+    EXPECT_EQ(coffee->valueForKey(u"trans_notes").toString(), QStringLiteral("with a receipt"));
+    EXPECT_EQ(qf::test::readFile(path), QByteArray("\x01\x02 not an image of any kind"));
+    EXPECT_EQ(coffee->valueForKey(u"trans_photo").toString(), path);
+
+    openEdit(coffee);
+    pane->removeButton()->click();
+    EXPECT_TRUE(pane->removeButton()->isHidden());
+    EXPECT_TRUE(QFileInfo::exists(path)) << "the file went before the save";
+    editor->saveButton()->click();
+    EXPECT_FALSE(QFileInfo::exists(path));
+    EXPECT_TRUE(coffee->valueForKey(u"trans_photo").isNull());
 }
 
 TEST_F(TransEditControllerTest, OnTheNeverSavedExampleTheNewRowIsSelectedAndItsRepeatCopied)

@@ -189,6 +189,15 @@ TEST_F(PhotoPaneTest, DropTakesReadableImagesAndRefusesEverythingElse)
     pasted.setImageData(filled(8, 8, Qt::blue));
     EXPECT_TRUE(sendDrop(view, pasted));
     EXPECT_EQ(pane.currentTransImage().pixelColor(0, 0), QColor(Qt::blue));
+
+    // TIFF, the form photos are stored in, is taken like any other image.
+    const QString tiff = files.filePath(QStringLiteral("scan.TIF"));
+    ASSERT_TRUE(filled(10, 7, Qt::green).save(tiff, "TIFF"));
+    QMimeData tiffFile;
+    tiffFile.setUrls({QUrl::fromLocalFile(tiff)});
+    EXPECT_TRUE(sendDrop(view, tiffFile));
+    EXPECT_EQ(pane.currentTransImage().size(), QSize(10, 7));
+    EXPECT_EQ(pane.currentTransImage().pixelColor(4, 4), QColor(Qt::green));
 }
 
 TEST_F(PhotoPaneTest, SavingWritesReplacesAndDeletesTheOnePhotoFile)

@@ -7,6 +7,7 @@
 #include "store/ManagedObject.h"
 
 #include <QBuffer>
+#include <QFileInfo>
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QImageReader>
@@ -48,10 +49,7 @@ TransPhotoController::TransPhotoController(Quillfen_AppDelegate& delegate, QWidg
     : QWidget(parent), m_delegate(delegate)
 {
     m_imageView = new PhotoImageView(this);
-    m_noPhotoText = new QLabel(QStringLiteral("<p style='font-size:large'><b>%1</b></p><p>%2</p>")
-                                   .arg(tr("No Photo").toHtmlEscaped(),
-                                        tr("Drop an image here, or take one with the camera.").toHtmlEscaped()),
-                               m_imageView);
+    m_noPhotoText = new QLabel(m_imageView);
     m_noPhotoText->setAlignment(Qt::AlignCenter);
     m_noPhotoText->setWordWrap(true);
     m_noPhotoText->setForegroundRole(QPalette::PlaceholderText);
@@ -96,6 +94,7 @@ TransPhotoController::~TransPhotoController()
 void TransPhotoController::setCurrentTransImage(const QImage& image)
 {
     m_currentTransImage = image;
+    m_keepsUnreadablePhoto = false;
     m_imageView->setImage(image);
     showPhotoControls();
 }
@@ -107,9 +106,16 @@ void TransPhotoController::setupPhotoPane()
 
 void TransPhotoController::showPhotoControls()
 {
-    const bool hasPhoto = !m_currentTransImage.isNull();
-    m_removeButton->setVisible(hasPhoto);
-    m_noPhotoText->setVisible(!hasPhoto);
+    const bool shown = !m_currentTransImage.isNull();
+    // A kept file that cannot be shown is still a photo the user may remove.
+    m_removeButton->setVisible(shown || m_keepsUnreadablePhoto);
+    m_noPhotoText->setVisible(!shown);
+    const QString title = m_keepsUnreadablePhoto ? tr("Photo Cannot Be Shown") : tr("No Photo");
+    const QString detail = m_keepsUnreadablePhoto
+                               ? tr("The stored photo file could not be read. It is kept unless you remove it.")
+                               : tr("Drop an image here, or take one with the camera.");
+    m_noPhotoText->setText(QStringLiteral("<p style='font-size:large'><b>%1</b></p><p>%2</p>")
+                               .arg(title.toHtmlEscaped(), detail.toHtmlEscaped()));
 }
 
 void TransPhotoController::setToggle(bool on)
@@ -207,6 +213,11 @@ void TransPhotoController::takePicture()
 
 void TransPhotoController::removePhoto()
 {
+    if (m_keepsUnreadablePhoto && m_currentTransImage.isNull()) {
+        m_keepsUnreadablePhoto = false;
+        showPhotoControls();
+        return;
+    }
     if (m_currentTransImage.isNull())
         return;
     puffOverView();
@@ -233,9 +244,16 @@ void TransPhotoController::puffOverView()
 
 Status TransPhotoController::saveToRecord(ManagedObject& transaction)
 {
+    // What could not be read is not thrown away unasked.
+    if (m_keepsUnreadablePhoto && m_currentTransImage.isNull())
+        return Status::ok();
     std::optional<QByteArray> bytes;
-    if (!m_currentTransImage.isNull())
-        bytes = encodedPhoto(m_currentTransImage);
+    if (!m_currentTransImage.isNull()) {
+        Result<QByteArray> encoded = encodedPhoto(m_currentTransImage);
+        if (!encoded)
+            return encoded.error();
+        bytes = std::move(encoded).value();
+    }
     return TransPhotoStore::savePhoto(transaction, m_delegate, bytes);
 }
 
@@ -251,17 +269,28 @@ void TransPhotoController::showRecord(ManagedObject& transaction)
     }
     turnOffiSight();
     setCurrentTransImage(image);
+    if (image.isNull() && !path.isEmpty() && QFileInfo::exists(path)) {
+        m_keepsUnreadablePhoto = true;
+        showPhotoControls();
+    }
 }
 
-QByteArray TransPhotoController::encodedPhoto(const QImage& image)
+Result<QByteArray> TransPhotoController::encodedPhoto(const QImage& image)
 {
-    // TIFF keeps every pixel; where Qt has no TIFF writer, PNG does the same.
-    static const QByteArray format =
-        QImageWriter::supportedImageFormats().contains("tiff") ? QByteArrayLiteral("TIFF") : QByteArrayLiteral("PNG");
+    static const bool canWriteTiff = QImageWriter::supportedImageFormats().contains("tiff");
+    if (!canWriteTiff)
+        qWarning("Qt has no TIFF writer (qt6-image-formats-plugins missing); the photo is stored as PNG");
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format.constData());
+    // PNG, where TIFF cannot be written, loses nothing either, and reads
+    // back because readers go by content.
+    QImageWriter writer(&buffer, canWriteTiff ? QByteArrayLiteral("tiff") : QByteArrayLiteral("png"));
+    // LZW: lossless, and a dropped camera picture does not grow tenfold.
+    if (canWriteTiff)
+        writer.setCompression(1);
+    if (!writer.write(image))
+        return Result<QByteArray>::failure(QStringLiteral("Could not encode the photo: %1").arg(writer.errorString()));
     return bytes;
 }
 

@@ -39,13 +39,19 @@ public:
 
     // The editor's save step: the photo written as the transaction's
     // Trans_Photo.jpg (trans_photo set), or the old file deleted and
-    // trans_photo cleared when there is none.
+    // trans_photo cleared when there is none. A stored file that exists but
+    // could not be read is left alone, with trans_photo, unless the user
+    // pressed remove.
     Status saveToRecord(ManagedObject& transaction);
-    // The photo at trans_photo; none when missing or unreadable.
+    // The photo at trans_photo, in any format Qt reads whatever its name;
+    // none when missing or unreadable.
     void showRecord(ManagedObject& transaction);
+    // The record's photo file exists but could not be read, and is kept.
+    bool keepsUnreadablePhoto() const { return m_keepsUnreadablePhoto; }
 
-    // Bytes stored for a photo: a lossless form Qt can write and read back.
-    static QByteArray encodedPhoto(const QImage& image);
+    // Bytes stored for a photo: TIFF, LZW-compressed; PNG, with a warning,
+    // where Qt has no TIFF writer (the image-formats plugins are missing).
+    static Result<QByteArray> encodedPhoto(const QImage& image);
     // Tests put a camera of their own here; the default is the system's.
     void setCameraFactory(PhotoCamera::Factory factory) { m_cameraFactory = std::move(factory); }
 
@@ -74,6 +80,7 @@ private:
 
     Quillfen_AppDelegate& m_delegate;
     QImage m_currentTransImage;
+    bool m_keepsUnreadablePhoto = false;
     PhotoCamera::Factory m_cameraFactory;
     std::unique_ptr<PhotoCamera> m_camera;
     PhotoImageView* m_imageView = nullptr;

@@ -537,8 +537,10 @@ void LibraryController::setupFilesPopup()
     }
     for (ManagedObject* file : files) {
         const QString path = m_delegate.obtainAttachmentPathFrom(file->valueForKey(u"attachment_path").toString());
-        menu->addAction(file->valueForKey(u"attachment_title").toString(), this,
-                        [path] { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); });
+        QAction* open = menu->addAction(file->valueForKey(u"attachment_title").toString(), this,
+                                        [path] { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); });
+        // A stored path that leads out of the attachments folder opens nothing.
+        open->setEnabled(!path.isEmpty());
     }
 }
 
