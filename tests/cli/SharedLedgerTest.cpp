@@ -70,7 +70,12 @@ public:
         return {crashed ? -1 : m_process.exitCode(), QString::fromUtf8(m_process.readAllStandardOutput()),
                 QString::fromUtf8(m_process.readAllStandardError())};
     }
-    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
+    // Without an event loop QProcess learns of the end only when asked to wait.
+    bool isRunning()
+    {
+        m_process.waitForFinished(0);
+        return m_process.state() != QProcess::NotRunning;
+    }
     qint64 pid() const { return m_process.processId(); }
     const QStringList& arguments() const { return m_arguments; }
 
@@ -99,7 +104,7 @@ public:
             m_pending = {Op::Set, m_ids[static_cast<std::size_t>(step) % m_ids.size()], QStringLiteral("trans_notes"), value};
             break;
         case 4:
-            m_pending = {Op::Set, m_shared[static_cast<std::size_t>(step) % m_shared.size()], m_sharedKey, value};
+            m_pending = {Op::Set, m_shared[static_cast<std::size_t>(step / 6) % m_shared.size()], m_sharedKey, value};
             break;
         case 5:
             m_pending = {Op::Delete, m_ids.back(), {}, {}};
@@ -212,7 +217,7 @@ TEST_F(SharedLedger, TwoScriptsAtOnceLoseNothingTheyReported)
         for (const QString& id : lane->deleted())
             EXPECT_EQ(found.count(id), 0u) << id.toStdString();
     }
-    EXPECT_GT(a.liveCount() + b.liveCount(), 100u);
+    EXPECT_GE(a.liveCount() + b.liveCount(), 100u);
     EXPECT_EQ(found, wanted);
 }
 
@@ -239,7 +244,7 @@ TEST_F(SharedLedger, ALongLivedContextMergesAScriptsSavesAndSavesAgain)
     int step = 0, edits = 0, merges = 0;
     CliProcess cli(home.path(), dataDir());
     cli.start(script.command(step));
-    while (step < 60) {
+    while (step < 60 && edits < 3000) {
         if (!cli.isRunning()) {
             script.reported(cli.finish());
             if (++step < 60)
@@ -261,6 +266,7 @@ TEST_F(SharedLedger, ALongLivedContextMergesAScriptsSavesAndSavesAgain)
             own.pop_back();
         }
         ++edits;
+        QThread::msleep(10); // a person's pace, and room for the script's saves
         const Status saved = window.save();
         ASSERT_TRUE(saved.isOk()) << saved.message().toStdString();
         if (window.hasChangedElsewhere()) {
@@ -269,6 +275,7 @@ TEST_F(SharedLedger, ALongLivedContextMergesAScriptsSavesAndSavesAgain)
         }
     }
     EXPECT_TRUE(script.failures().isEmpty()) << script.failures().join('\n').toStdString();
+    ASSERT_EQ(step, 60) << edits << " edits";
     EXPECT_GT(merges, 0);
 
     // After a last merge this side holds exactly what the file holds...
