@@ -8,7 +8,9 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QSessionManager>
 #include <QStyleFactory>
+#include <QTimer>
 #include <cstdio>
 #include <unistd.h>
 
@@ -43,30 +45,33 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(QUILLFEN_VERSION));
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
 
-    // A second launch hands its files (search-index files) to the running copy.
+    UserDefaults::standard().registerDefaults();
+    if (QApplication::arguments().contains(QStringLiteral("--example")))
+        UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, true);
+    Quillfen_AppDelegate delegate;
     QStringList files;
     for (int i = 1; i < QApplication::arguments().size(); ++i) {
         const QString argument = QApplication::arguments().at(i);
-        if (argument == QLatin1String("--data-dir"))
-            ++i;
+        if (argument == QLatin1String("--data-dir") && i + 1 < QApplication::arguments().size())
+            delegate.setDataFolderOverride(QApplication::arguments().at(++i));
         else if (!argument.startsWith(QLatin1String("--")))
             files << argument;
     }
-    SingleInstance instance;
+
+    // A second launch on the same ledger hands its files (search-index
+    // files) to the copy running on it.
+    SingleInstance instance(SingleInstance::keyForFolder(delegate.applicationSupportFolder()));
     if (instance.handOff(files, 300))
         return 0;
     instance.listen();
 
-    UserDefaults::standard().registerDefaults();
+    // From here a signal or the session's end saves, even during the load.
+    delegate.terminateOnSessionEnd();
+    QObject::connect(&app, &QGuiApplication::commitDataRequest, &delegate, [&delegate](QSessionManager&) {
+        if (Status saved = delegate.commitData(); !saved)
+            qWarning("%s", qPrintable(saved.message()));
+    });
     SoundPlayer::setShared(SystemSoundPlayer::create());
-    if (QApplication::arguments().contains(QStringLiteral("--example")))
-        UserDefaults::standard().setVolatileValue(DefaultsKey::UseExampleStore, true);
-    Quillfen_AppDelegate delegate;
-    const QStringList arguments = app.arguments();
-    for (int i = 1; i + 1 < arguments.size(); ++i) {
-        if (arguments.at(i) == QLatin1String("--data-dir"))
-            delegate.setDataFolderOverride(arguments.at(i + 1));
-    }
     delegate.managedObjectContext();
     if (delegate.storeError()) {
         QMessageBox::critical(nullptr, QObject::tr("Could Not Open the Ledger"), delegate.storeError()->describe());
@@ -90,6 +95,7 @@ int main(int argc, char** argv)
     if (UserDefaults::standard().boolForKey(DefaultsKey::ShouldEncryptDatabase))
         window.lockPanel()->lockDatabase();
     window.show();
+    QTimer::singleShot(0, &window, &MainWindow::offerRecoveredChanges);
     const int status = app.exec();
     SoundPlayer::setShared(nullptr);
     return status;

@@ -1,6 +1,8 @@
 #include "app/Quillfen_AppDelegate.h"
 
+#include "app/RecoveryFile.h"
 #include "app/ResourceFolder.h"
+#include "app/UnixSignalWatcher.h"
 #include "app/UserDefaults.h"
 #include "attachments/AttachmentFiles.h"
 #include "common/AmountFormatter.h"
@@ -16,12 +18,14 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTimer>
 #include <QUuid>
 #include <algorithm>
+#include <csignal>
 
 namespace qf {
 
@@ -432,10 +436,95 @@ QString Quillfen_AppDelegate::saveFailedText()
 
 void Quillfen_AppDelegate::applicationWillTerminate()
 {
+    m_terminated = true;
     if (isUsingExampleStore()) {
         UserDefaults::standard().setValue(DefaultsKey::UseExampleStore, false);
         UserDefaults::standard().synchronize();
     }
+}
+
+Status Quillfen_AppDelegate::saveUnattended()
+{
+    if (applicationShouldTerminate() != TerminateReply::Later)
+        return Status::ok();
+    // Changes made over a store that never opened were made to an empty
+    // ledger; replayed over the real one they would only add clutter.
+    if (m_storeError)
+        return Status::failure(
+            tr("%1. The ledger never opened, so the changes made since are not kept.").arg(m_saveError->describe()));
+    const UnsavedChanges changes = UnsavedChanges::collect(*m_managedObjectContext);
+    if (changes.unnamed() > 0)
+        qWarning("%d changed records have no uniqueID and cannot be kept", changes.unnamed());
+    Result<QString> kept = RecoveryFile::write(recoveryFilePath(), changes);
+    if (!kept)
+        return Status::failure(
+            tr("%1. Nor could the unsaved changes be kept: %2").arg(m_saveError->describe(), kept.message()));
+    qWarning("%s. The unsaved changes are kept in %s", qPrintable(m_saveError->describe()), qPrintable(*kept));
+    return Status::ok();
+}
+
+Status Quillfen_AppDelegate::terminateUnattended()
+{
+    if (m_terminated)
+        return Status::ok();
+    Status saved = saveUnattended();
+    applicationWillTerminate();
+    return saved;
+}
+
+Status Quillfen_AppDelegate::commitData()
+{
+    return m_terminated ? Status::ok() : saveUnattended();
+}
+
+void Quillfen_AppDelegate::terminateOnSessionEnd()
+{
+    auto* watcher = new UnixSignalWatcher({SIGTERM, SIGINT, SIGHUP}, this);
+    connect(watcher, &UnixSignalWatcher::signalReceived, this, [this] {
+        Status ended = terminateUnattended();
+        if (!ended)
+            qWarning("%s", qPrintable(ended.message()));
+        QCoreApplication::exit(ended ? 0 : 1);
+    });
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, [this] {
+        if (Status ended = terminateUnattended(); !ended)
+            qWarning("%s", qPrintable(ended.message()));
+    });
+}
+
+QString Quillfen_AppDelegate::recoveryFilePath() const
+{
+    return RecoveryFile::pathInFolder(applicationSupportFolder());
+}
+
+bool Quillfen_AppDelegate::hasRecoveryFile() const
+{
+    return !isUsingExampleStore() && m_managedObjectContext && !m_storeError &&
+           QFileInfo::exists(recoveryFilePath());
+}
+
+Result<UnsavedChanges> Quillfen_AppDelegate::readRecoveryFile() const
+{
+    return RecoveryFile::read(recoveryFilePath());
+}
+
+Result<ApplyReport> Quillfen_AppDelegate::applyRecoveredChanges(const UnsavedChanges& changes)
+{
+    if (!hasRecoveryFile())
+        return Result<ApplyReport>::failure(tr("There are no recovered changes for this ledger."));
+    ManagedObjectContext* context = managedObjectContext();
+    const ApplyReport report = changes.applyTo(*context);
+    context->processPendingChanges();
+    if (Status saved = context->save(); !saved)
+        return saved.error();
+    if (!QFile::remove(recoveryFilePath()))
+        qWarning("Could not remove %s after applying it", qPrintable(recoveryFilePath()));
+    return report;
+}
+
+Result<QString> Quillfen_AppDelegate::setAsideRecoveryFile()
+{
+    return RecoveryFile::setAside(recoveryFilePath());
 }
 
 qint64 Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)

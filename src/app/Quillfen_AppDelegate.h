@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/UnsavedChanges.h"
 #include "common/Predicate.h"
 #include "common/Result.h"
 #include "store/ManagedObjectContext.h"
@@ -112,6 +113,31 @@ public:
     static QString saveFailedText();
     void applicationWillTerminate();
 
+    // Quitting with no one to ask: a Unix signal or the end of the desktop
+    // session. The quit steps run as above, and when the save fails the
+    // unsaved changes go to the recovery file instead of a question. Runs
+    // once; after applicationWillTerminate() it does nothing. Fails only when
+    // the changes could be neither saved nor kept.
+    Status terminateUnattended();
+    // The desktop session asks for the data to be saved and may still be
+    // cancelled: the quit steps without quitting, a failed save kept as above.
+    Status commitData();
+    // SIGTERM, SIGINT and SIGHUP run terminateUnattended() and end the event
+    // loop (status 0, or 1 when changes were lost); so does the application's
+    // aboutToQuit, for a quit that passed no window.
+    void terminateOnSessionEnd();
+
+    // Where terminateUnattended() keeps the changes it could not save.
+    QString recoveryFilePath() const;
+    // True when the user's store opened and a recovery file waits beside it.
+    bool hasRecoveryFile() const;
+    Result<UnsavedChanges> readRecoveryFile() const;
+    // Applies the changes to the store in use and saves; the recovery file
+    // goes once that save succeeded, and stays when it failed.
+    Result<ApplyReport> applyRecoveredChanges(const UnsavedChanges& changes);
+    // Renames the recovery file beside itself; gives its new path.
+    Result<QString> setAsideRecoveryFile();
+
     // Quits without saving and starts the program at launchPath again once
     // this process has gone. Returns the waiting job's process ID (0 when it
     // could not be started).
@@ -143,6 +169,7 @@ private:
     ManagedObjectContext* openUserContext();
     ManagedObjectContext* openExampleContext();
     QString exampleSourceFolder() const;
+    Status saveUnattended();
 
     QTimer* m_followTimer = nullptr;
     QString m_mergeError; // the last one logged, so a lasting failure is logged once
@@ -156,6 +183,7 @@ private:
     std::unique_ptr<DateFormatter> m_longDateFormatter;
     std::unique_ptr<DateFormatter> m_recordLongDateFormatter;
     bool m_saveWhenQuit = false;
+    bool m_terminated = false;
     QString m_transIDToOpen;
     QString m_selectedVaultID;
     std::uint64_t m_formatGeneration = 0;

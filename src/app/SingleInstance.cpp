@@ -1,6 +1,9 @@
 #include "app/SingleInstance.h"
 
+#include <QCryptographicHash>
 #include <QDataStream>
+#include <QDir>
+#include <QFileInfo>
 #include <QStringList>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -8,13 +11,29 @@
 
 namespace qf {
 
-SingleInstance::SingleInstance(const QString& serverName, QObject* parent)
-    : QObject(parent),
-      m_name(serverName.isEmpty() ? QStringLiteral("quillfen-%1").arg(::getuid()) : serverName)
+SingleInstance::SingleInstance(const QString& key, QObject* parent) : QObject(parent)
 {
+    // A socket path has room for about a hundred bytes, a folder path may
+    // not fit: the name carries a digest of the key.
+    const QByteArray digest = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Sha256).toHex().left(32);
+    m_name = QStringLiteral("quillfen-%1-%2").arg(::getuid()).arg(QString::fromLatin1(digest));
 }
 
 SingleInstance::~SingleInstance() = default;
+
+QString SingleInstance::keyForFolder(const QString& folder)
+{
+    QString existing = QDir::cleanPath(QDir(folder).absolutePath());
+    QStringList missing;
+    while (!QFileInfo::exists(existing) && !QDir(existing).isRoot()) {
+        missing.prepend(QFileInfo(existing).fileName());
+        existing = QFileInfo(existing).path();
+    }
+    QString key = QFileInfo(existing).canonicalFilePath();
+    for (const QString& part : missing)
+        key += (key.endsWith(QLatin1Char('/')) ? QString() : QStringLiteral("/")) + part;
+    return key;
+}
 
 bool SingleInstance::handOff(const QStringList& files, int timeoutMs)
 {

@@ -319,7 +319,9 @@ TEST(AppDelegate, RestartWithoutSavingLeavesTheFilesAsTheyAre)
     EXPECT_EQ(qgetenv("LAUNCH_PATH"), QByteArray("/bin/true"));
     EXPECT_FALSE(ledger.delegate().saveWhenQuit());
     EXPECT_EQ(ledger.delegate().applicationShouldTerminate(), Quillfen_AppDelegate::TerminateReply::Now);
+    EXPECT_TRUE(ledger.delegate().terminateUnattended());
     EXPECT_EQ(readFile(ledger.storePath()), saved);
+    EXPECT_FALSE(QFileInfo::exists(ledger.delegate().recoveryFilePath()));
     // The job waits for this process to end; the test stops it instead.
     EXPECT_EQ(::kill(static_cast<pid_t>(job), SIGTERM), 0);
 }

@@ -13,17 +13,23 @@ struct CliRun {
     QString err;
 };
 
-// Runs quillfen-cli on the ledger in dataDir with home as its home folder,
-// so no run touches real settings.
-inline CliRun runCli(const QString& home, const QString& dataDir, const QStringList& arguments,
-                     const QString& locale = QStringLiteral("en_US"))
+// This environment with home as the home folder, so that a program started
+// in it never touches the real settings.
+inline QProcessEnvironment environmentWithHome(const QString& home)
 {
-    QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("HOME"), home);
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/config"));
     env.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/data"));
-    process.setProcessEnvironment(env);
+    return env;
+}
+
+// Runs quillfen-cli on the ledger in dataDir with home as its home folder.
+inline CliRun runCli(const QString& home, const QString& dataDir, const QStringList& arguments,
+                     const QString& locale = QStringLiteral("en_US"))
+{
+    QProcess process;
+    process.setProcessEnvironment(environmentWithHome(home));
     process.start(QStringLiteral(QUILLFEN_CLI_PATH),
                   QStringList{QStringLiteral("--data-dir"), dataDir, QStringLiteral("--locale"), locale} + arguments);
     process.waitForFinished(60000);

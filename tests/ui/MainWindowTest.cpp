@@ -1,6 +1,8 @@
+#include "app/RecoveryFile.h"
 #include "app/ui/MainWindow.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
+#include "support/FileBytes.h"
 #include "support/ModalAnswer.h"
 #include "support/TempLedger.h"
 #include "views/ui/AddVaultController.h"
@@ -13,6 +15,8 @@
 #include <QApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QDir>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QListView>
 #include <QMenu>
@@ -243,4 +247,59 @@ TEST_F(MainWindowTest, OpeningASearchIndexFileSelectsItsTransaction)
     ASSERT_NE(window.libraryController()->selectedTransaction(), nullptr);
     EXPECT_EQ(window.libraryController()->selectedTransaction(), salary);
     EXPECT_TRUE(ledger.delegate().transIDToOpen().isEmpty());
+}
+
+TEST_F(MainWindowTest, ChangesKeptByAQuitThatCouldNotSaveAreOfferedAtTheNextStart)
+{
+    const QString path = ledger.delegate().recoveryFilePath();
+    auto keepChanges = [&] {
+        ledger.addTransaction(QStringLiteral("Recovered"), -42);
+        ASSERT_TRUE(RecoveryFile::write(path, UnsavedChanges::collect(context)));
+        context.rollback();
+    };
+    auto clickButton = [](const QString& text) {
+        answerNextModal([text](QWidget* w) {
+            auto* box = static_cast<QMessageBox*>(w);
+            EXPECT_EQ(box->windowTitle(), QStringLiteral("Recover Unsaved Changes?"));
+            EXPECT_TRUE(box->informativeText().startsWith(QStringLiteral("• New transaction “Recovered”\n\n")))
+                << qPrintable(box->informativeText());
+            for (QAbstractButton* button : box->buttons()) {
+                if (button->text() == text)
+                    button->click();
+            }
+        });
+    };
+    MainWindow window(ledger.delegate());
+    window.setupSourceList();
+
+    // Ended from outside while asking (the dialog closes with neither
+    // button): the file waits for the next start.
+    keepChanges();
+    answerNextModal([](QWidget* w) { static_cast<QMessageBox*>(w)->done(QDialog::Rejected); });
+    window.offerRecoveredChanges();
+    EXPECT_TRUE(QFileInfo::exists(path));
+
+    clickButton(QStringLiteral("Set Aside"));
+    window.offerRecoveredChanges();
+    EXPECT_FALSE(shownTitles(window).contains(QStringLiteral("Recovered")));
+    EXPECT_FALSE(QFileInfo::exists(path));
+    const QStringList aside = QDir(ledger.folder()).entryList({QStringLiteral("Quillfen.1ccdb.recovery.set-aside-*")});
+    EXPECT_EQ(aside.size(), 1);
+
+    keepChanges();
+    clickButton(QStringLiteral("Apply Changes"));
+    window.offerRecoveredChanges();
+    EXPECT_TRUE(shownTitles(window).contains(QStringLiteral("Recovered")));
+    EXPECT_FALSE(context.hasChanges());
+    EXPECT_FALSE(QFileInfo::exists(path));
+
+    // A file that does not read is only reported, and stays.
+    ASSERT_TRUE(qf::test::writeFile(path, "{\"quillfenRecovery\": 1"));
+    answerNextModal([](QWidget* w) {
+        auto* box = static_cast<QMessageBox*>(w);
+        EXPECT_EQ(box->windowTitle(), QStringLiteral("Unsaved Changes Could Not Be Read"));
+        box->button(QMessageBox::Ok)->click();
+    });
+    window.offerRecoveredChanges();
+    EXPECT_EQ(qf::test::readFile(path), QByteArray("{\"quillfenRecovery\": 1"));
 }

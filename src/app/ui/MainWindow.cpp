@@ -5,6 +5,7 @@
 #include "app/UserDefaults.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
+#include "app/ui/RecoveryQuestion.h"
 #include "editing/ui/AccountTransferController.h"
 #include "editing/ui/TransEditController.h"
 #include "editing/ui/TransMultiEditController.h"
@@ -327,6 +328,11 @@ void MainWindow::closeEvent(QCloseEvent* event)
     }
     m_delegate.applicationWillTerminate();
     event->accept();
+}
+
+void MainWindow::offerRecoveredChanges()
+{
+    RecoveryQuestion::ask(this, m_delegate);
 }
 
 void MainWindow::exportCSV()

@@ -53,6 +53,9 @@ public:
 
     // First fill after launching, and again after a search-index file was opened.
     void setupSourceList();
+    // When the last session ended without saving and kept its changes, asks
+    // whether to apply them or set them aside.
+    void offerRecoveredChanges();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
