@@ -65,19 +65,23 @@ private:
     QByteArray m_output;
 };
 
-// A write transaction held open on the store by a second connection, as a
-// script saving at that moment holds it: a save waits, then fails.
-class StoreWriteLock {
+// Another program's trigger on the store that makes every save fail at once,
+// removed again when this goes: a fault no file permission can cause for root.
+class SaveRefusal {
 public:
-    explicit StoreWriteLock(const QString& path)
+    explicit SaveRefusal(const QString& path)
     {
         if (sqlite3_open_v2(QFile::encodeName(path).constData(), &m_db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK)
-            m_held = sqlite3_exec(m_db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) == SQLITE_OK;
+            m_held = sqlite3_exec(m_db,
+                                  "CREATE TRIGGER refuse_saves BEFORE INSERT ON QuillfenMetadata "
+                                  "BEGIN SELECT RAISE(ABORT, 'refused'); END",
+                                  nullptr, nullptr, nullptr)
+                     == SQLITE_OK;
     }
-    ~StoreWriteLock()
+    ~SaveRefusal()
     {
         if (m_held)
-            sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+            sqlite3_exec(m_db, "DROP TRIGGER refuse_saves", nullptr, nullptr, nullptr);
         sqlite3_close(m_db);
     }
     bool isHeld() const { return m_held; }
@@ -143,8 +147,8 @@ TEST(SessionEnd, AFailedSaveKeepsTheChangesAndTheNextStartAppliesThem)
                               QStringLiteral("Added"), QStringLiteral("--delete"), rentID});
     ASSERT_TRUE(probe.waitUntilReady()) << qPrintable(probe.errors());
     {
-        StoreWriteLock lock(ledger.storePath());
-        ASSERT_TRUE(lock.isHeld());
+        SaveRefusal refusal(ledger.storePath());
+        ASSERT_TRUE(refusal.isHeld());
         ASSERT_TRUE(probe.send(SIGTERM));
         EXPECT_EQ(probe.waitForEnd(), QStringLiteral("exit 0"));
     }
