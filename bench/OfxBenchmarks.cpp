@@ -1,11 +1,14 @@
 // Reading generated bank statements of 10,000 and 100,000 transactions in
-// both forms. Run a Release build: build-release/bin/bench_ofx.
+// both forms, and in the shapes banks also send: the older form as one line,
+// and the XML form with bare "&" that needs repair. Run a Release build:
+// build-release/bin/bench_ofx.
 #include "exchange/OfxStatementReader.h"
 #include "exchange/OfxXmlTidy.h"
 
 #include <QByteArray>
 #include <benchmark/benchmark.h>
 #include <fstream>
+#include <initializer_list>
 #include <random>
 #include <string>
 
@@ -13,7 +16,7 @@ using namespace qf;
 
 namespace {
 
-enum Form { Sgml, Xml };
+enum Form { Sgml, Xml, SgmlOneLine, XmlBareAmpersands };
 
 long statusKilobytes(const char* field)
 {
@@ -27,14 +30,15 @@ long statusKilobytes(const char* field)
     return 0;
 }
 
-// A seeded statement with the tags banks send, in one form or the other.
+// A seeded statement with the tags banks send, in one of the forms.
 QByteArray statement(std::int64_t transactions, Form form)
 {
     static const char* const payees[] = {"ACME PAYROLL", "CITY WATER &amp; SEWER", "CORNER GROCERY #12",
                                          "AT&amp;T WIRELESS", "Bäckerei Müller", "ONLINE BOOKS LTD"};
     std::mt19937 random(42);
-    const bool xml = form == Xml;
-    auto leaf = [xml](QByteArray& out, const char* tag, const QByteArray& value) {
+    const bool xml = form == Xml || form == XmlBareAmpersands;
+    const char* const eol = form == SgmlOneLine ? "" : "\r\n";
+    auto leaf = [xml, eol](QByteArray& out, const char* tag, const QByteArray& value) {
         out += '<';
         out += tag;
         out += '>';
@@ -44,18 +48,24 @@ QByteArray statement(std::int64_t transactions, Form form)
             out += tag;
             out += '>';
         }
-        out += "\r\n";
+        out += eol;
     };
     QByteArray out;
     out.reserve(transactions * 260);
     out += xml ? "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<?OFX OFXHEADER=\"200\" VERSION=\"220\"?>\r\n"
                : "OFXHEADER:100\r\nDATA:OFXSGML\r\nVERSION:102\r\n\r\n";
-    out += "<OFX>\r\n<BANKMSGSRSV1>\r\n<STMTTRNRS>\r\n<STMTRS>\r\n<BANKTRANLIST>\r\n";
+    auto tags = [eol](QByteArray& out, std::initializer_list<const char*> tags) {
+        for (const char* tag : tags) {
+            out += tag;
+            out += eol;
+        }
+    };
+    tags(out, {"<OFX>", "<BANKMSGSRSV1>", "<STMTTRNRS>", "<STMTRS>", "<BANKTRANLIST>"});
     leaf(out, "DTSTART", "20200101");
     leaf(out, "DTEND", "20241231");
     for (std::int64_t i = 0; i < transactions; ++i) {
         const int cents = int(random() % 500000) - 250000;
-        out += "<STMTTRN>\r\n";
+        tags(out, {"<STMTTRN>"});
         leaf(out, "TRNTYPE", cents < 0 ? "DEBIT" : "CREDIT");
         leaf(out, "DTPOSTED", QByteArray::number(2020 + int(random() % 5)) + "0" + QByteArray::number(1 + random() % 9) +
                                   QByteArray::number(10 + random() % 18) + "120000.000[-5:EST]");
@@ -63,9 +73,11 @@ QByteArray statement(std::int64_t transactions, Form form)
         leaf(out, "FITID", "T" + QByteArray::number(i));
         leaf(out, "NAME", payees[random() % std::size(payees)]);
         leaf(out, "MEMO", "Reference " + QByteArray::number(quint32(random())));
-        out += "</STMTTRN>\r\n";
+        tags(out, {"</STMTTRN>"});
     }
-    out += "</BANKTRANLIST>\r\n</STMTRS>\r\n</STMTTRNRS>\r\n</BANKMSGSRSV1>\r\n</OFX>\r\n";
+    tags(out, {"</BANKTRANLIST>", "</STMTRS>", "</STMTTRNRS>", "</BANKMSGSRSV1>", "</OFX>"});
+    if (form == XmlBareAmpersands)
+        out.replace("&amp;", "&");
     return out;
 }
 
@@ -106,8 +118,8 @@ void BM_TidyXml(benchmark::State& state)
 
 BENCHMARK(BM_TidyXml)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadStatement)
-    ->ArgsProduct({{10000, 100000}, {Sgml, Xml}})
-    ->ArgNames({"transactions", "xml"})
+    ->ArgsProduct({{10000, 100000}, {Sgml, Xml, SgmlOneLine, XmlBareAmpersands}})
+    ->ArgNames({"transactions", "form"})
     ->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

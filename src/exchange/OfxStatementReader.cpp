@@ -1,6 +1,7 @@
 #include "exchange/OfxStatementReader.h"
 
 #include "common/DateFormatter.h"
+#include "exchange/OfxTagLines.h"
 #include "exchange/OfxXmlTidy.h"
 
 #include <QFile>
@@ -19,14 +20,6 @@ const QString kDate = QStringLiteral("Date");
 const QString kAmount = QStringLiteral("Amount");
 const QString kPayee = QStringLiteral("Payee");
 const QString kUniqueID = QStringLiteral("QIFUniqueID");
-
-bool isLineBreak(char16_t c)
-{
-    // One comparison clears printable ASCII, nearly every character a statement holds.
-    if (c > u'\r' && c < 0x85)
-        return false;
-    return c == u'\n' || c == u'\r' || c == 0x85 || c == 0x2028 || c == 0x2029;
-}
 
 // The byte offset of the first byte that starts no valid UTF-8 sequence.
 qsizetype firstInvalidUtf8(QByteArrayView bytes)
@@ -91,11 +84,55 @@ std::optional<char32_t> characterReference(QStringView digits)
     return char32_t(code);
 }
 
-bool startsWithAt(QStringView line, qsizetype at, QStringView marker)
-{
-    return line.size() - at >= marker.size() &&
-           std::memcmp(line.utf16() + at, marker.utf16(), marker.size() * sizeof(char16_t)) == 0;
-}
+// Finds the transactions of a list given whole or line by line: one ends at
+// its </STMTTRN>, or where the next <STMTTRN> opens while it is still open
+// (banks that leave it out); the list ends at its </BANKTRANLIST>. The
+// markers hold no line break, so each lies within one line.
+class TransactionSplitter {
+public:
+    // Hands each stretch of transaction text to `text`, and calls `cut`
+    // where one transaction ends and the next begins. Returns the position
+    // of the list's end tag, or -1 when `list` does not hold it.
+    template <class Text, class Cut>
+    qsizetype walk(QStringView list, Text text, Cut cut)
+    {
+        static constexpr QStringView open = u"<STMTTRN>";
+        static constexpr QStringView close = u"</STMTTRN>";
+        static constexpr QStringView listEnd = u"</BANKTRANLIST>";
+        const char16_t* chars = list.utf16();
+        qsizetype pos = 0;
+        for (qsizetype at = 0; at + open.size() <= list.size(); ++at) {
+            if (chars[at] != u'<')
+                continue;
+            if (OfxTagLines::startsWithAt(list, at, close)) {
+                text(list.sliced(pos, at - pos));
+                cut();
+                m_open = false;
+                pos = at + close.size();
+                at = pos - 1;
+            } else if (OfxTagLines::startsWithAt(list, at, open)) {
+                if (m_open) {
+                    text(list.sliced(pos, at - pos));
+                    cut();
+                    pos = at;
+                }
+                m_open = true;
+                at += open.size() - 1;
+            } else if (OfxTagLines::startsWithAt(list, at, listEnd)) {
+                text(list.sliced(pos, at - pos));
+                return at;
+            }
+        }
+        text(list.sliced(pos));
+        return -1;
+    }
+
+    // A transaction has opened and not ended yet.
+    bool isOpen() const { return m_open; }
+
+private:
+    bool m_open = false;
+};
 
 // Calls `use` with each line of arrayWithLines, without collecting them.
 template <class Use>
@@ -105,7 +142,7 @@ void forEachLine(QStringView text, Use use)
     qsizetype start = 0;
     while (start < n) {
         qsizetype end = start;
-        while (end < n && !isLineBreak(text[end].unicode()))
+        while (end < n && !OfxTagLines::isLineBreak(text[end].unicode()))
             ++end;
         const QStringView line = text.sliced(start, end - start).trimmed();
         if (!line.isEmpty())
@@ -175,15 +212,13 @@ Result<OfxStatementReader::Records> OfxStatementReader::readText(QStringView tex
 }
 
 // Applies bankTransactionList and transactionTexts to the printed lines as
-// they come: the markers hold no line break, so each lies within one line.
-struct OfxStatementReader::ListReader : OfxXmlTidy::LineSink {
+// they come.
+struct OfxStatementReader::ListReader : OfxLineSink {
     explicit ListReader(OfxStatementReader& reader) : reader(reader) {}
 
     void line(QStringView line) override
     {
         static constexpr QStringView start = u"<BANKTRANLIST>";
-        static constexpr QStringView end = u"</BANKTRANLIST>";
-        static constexpr QStringView separator = u"</STMTTRN>";
         if (state == State::Done)
             return;
         if (state == State::Before) {
@@ -193,37 +228,25 @@ struct OfxStatementReader::ListReader : OfxXmlTidy::LineSink {
             line = line.sliced(from + start.size());
             state = State::Inside;
         }
-        // One walk finds the separators and the list's end, whichever comes first.
-        const char16_t* text = line.utf16();
-        qsizetype pos = 0;
-        for (qsizetype at = 0; at + separator.size() <= line.size(); ++at) {
-            if (text[at] != u'<' || text[at + 1] != u'/')
-                continue;
-            if (startsWithAt(line, at, end)) {
-                line = line.first(at);
-                state = State::Done;
-                break;
-            }
-            if (startsWithAt(line, at, separator)) {
-                reader.addLines(current, line.sliced(pos, at - pos));
-                finishRecord();
-                pos = at + separator.size();
-                at = pos - 1;
-            }
-        }
-        reader.addLines(current, line.sliced(pos));
+        const qsizetype end = splitter.walk(
+            line, [this](QStringView text) { reader.addLines(current, text); }, [this] { finishRecord(); });
+        if (end >= 0)
+            state = State::Done;
     }
 
     void restart() override
     {
         state = State::Before;
+        splitter = TransactionSplitter();
         current.clear();
         records.clear();
     }
 
     Records take()
     {
-        if (state != State::Before)
+        // Without its end tag the list ends after its last transaction, or
+        // with the text when that one is still open (a download cut short).
+        if (state == State::Done || (state == State::Inside && splitter.isOpen()))
             finishRecord();
         return std::move(records);
     }
@@ -238,6 +261,7 @@ struct OfxStatementReader::ListReader : OfxXmlTidy::LineSink {
     enum class State { Before, Inside, Done };
     OfxStatementReader& reader;
     State state = State::Before;
+    TransactionSplitter splitter;
     ValueDictionary current;
     Records records;
 };
@@ -252,10 +276,9 @@ Result<OfxStatementReader::Records> OfxStatementReader::readXml(QByteArrayView u
 
 OfxStatementReader::Records OfxStatementReader::readLines(QStringView text)
 {
-    const QStringView list = bankTransactionList(text);
-    if (list.isNull())
-        return Records();
-    return processTransArray(transactionTexts(list));
+    ListReader list(*this);
+    OfxTagLines::printLines(text, list);
+    return list.take();
 }
 
 bool OfxStatementReader::isXmlForm(QStringView text)
@@ -269,20 +292,22 @@ QStringView OfxStatementReader::bankTransactionList(QStringView text)
     const qsizetype from = text.indexOf(start);
     if (from < 0)
         return {};
-    // A statement cut short before its end tag still lists what it got to.
     const QStringView rest = text.sliced(from + start.size());
     const qsizetype to = rest.indexOf(u"</BANKTRANLIST>");
-    return to < 0 ? rest : rest.first(to);
+    if (to >= 0)
+        return rest.first(to);
+    // What follows the last transaction is the statement's balances, not a
+    // transaction; one still open there is a download cut short.
+    static constexpr QStringView close = u"</STMTTRN>";
+    const qsizetype lastClose = rest.lastIndexOf(close);
+    const qsizetype afterLast = lastClose < 0 ? 0 : lastClose + close.size();
+    return rest.indexOf(u"<STMTTRN>", afterLast) >= 0 ? rest : rest.first(afterLast);
 }
 
 std::vector<QStringView> OfxStatementReader::transactionTexts(QStringView list)
 {
-    static constexpr QStringView separator = u"</STMTTRN>";
     std::vector<QStringView> pieces;
-    qsizetype pos = 0;
-    for (qsizetype at; (at = list.indexOf(separator, pos)) >= 0; pos = at + separator.size())
-        pieces.push_back(list.sliced(pos, at - pos));
-    pieces.push_back(list.sliced(pos));
+    TransactionSplitter().walk(list, [&pieces](QStringView text) { pieces.push_back(text); }, [] {});
     return pieces;
 }
 

@@ -14,13 +14,18 @@ namespace qf {
 
 // Reads the transactions of a bank statement file (.ofx, .qfx) into import
 // records, in both of its forms: the older one with a tag on each line and
-// no end tags on values, and the XML form (told apart by "</TRNTYPE>"),
-// which is first printed one element per line (OfxXmlTidy) and read line by
-// line as it is printed.
+// no end tags on values, and the XML form (told apart by "</TRNTYPE>").
+// Both are read line by line as they are printed: the older form with every
+// tag put at the start of its own line and its comments dropped
+// (OfxTagLines), the XML form one element per line (OfxXmlTidy), repaired
+// first when it is not well-formed.
 //
 // Only the first <BANKTRANLIST> is read; each piece of it up to a
-// </STMTTRN> becomes one record, kept when it has at least one entry. The
-// first record also carries the list's own tags (DTSTART, DTEND).
+// </STMTTRN>, or up to the next <STMTTRN> when one is left open, becomes
+// one record, kept when it has at least one entry. The first record also
+// carries the list's own tags (DTSTART, DTEND). A list without its end tag
+// ends after its last </STMTTRN>, or with the text when a transaction is
+// still open there.
 //
 // Record keys: "Date" (DTPOSTED), "Amount" (TRNAMT), "Payee" (NAME),
 // "QIFUniqueID" (FITID); every other tag, end tags of aggregates such as
@@ -37,7 +42,8 @@ namespace qf {
 //
 // No statement in the file is no error: the list is empty. Errors: a file
 // that cannot be read, text that is not UTF-8 (position: byte offset), and
-// an XML form that is not well-formed (position: character offset).
+// an XML form nested deeper than OfxXmlTidy::kMaxDepth (position: character
+// offset).
 //
 // One reader per thread; it keeps a cache of the days it has read.
 class OfxStatementReader {
@@ -56,8 +62,9 @@ public:
     // The reading steps, each usable alone.
     static bool isXmlForm(QStringView text);
     // The text between the first <BANKTRANLIST> and the first
-    // </BANKTRANLIST> after it (or the end of the text); null when there is none.
+    // </BANKTRANLIST> after it, or the end as above; null when there is none.
     static QStringView bankTransactionList(QStringView text);
+    // The pieces of a list, one per transaction as above.
     static std::vector<QStringView> transactionTexts(QStringView list);
     Records processTransArray(const std::vector<QStringView>& texts);
     ValueDictionary processTransString(QStringView text);

@@ -1,5 +1,7 @@
 #include "exchange/OfxXmlTidy.h"
 
+#include "exchange/OfxXmlRepair.h"
+
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
@@ -122,8 +124,10 @@ template <class Sink>
 class SaxPass {
 public:
     enum class Outcome { Complete, CutShort, Failed };
+    // Strict stops at the first error; Recover goes on past all but too deep a nesting.
+    enum class Mode { Strict, Recover };
 
-    SaxPass(Sink& sink, QByteArrayView utf8) : m_sink(sink), m_utf8(utf8) {}
+    SaxPass(Sink& sink, QByteArrayView utf8, Mode mode) : m_sink(sink), m_utf8(utf8), m_mode(mode) {}
 
     Outcome run()
     {
@@ -151,7 +155,8 @@ public:
         m_context->userData = this;
         // The bytes were read as UTF-8 whatever a declaration says; nothing
         // outside the buffer is ever fetched, and entities stay unexpanded.
-        xmlCtxtUseOptions(m_context, XML_PARSE_NONET | XML_PARSE_IGNORE_ENC);
+        xmlCtxtUseOptions(m_context, XML_PARSE_NONET | XML_PARSE_IGNORE_ENC |
+                                         (m_mode == Mode::Recover ? XML_PARSE_RECOVER : 0));
         xmlParseDocument(m_context);
         m_context->sax = own;
         xmlFreeParserCtxt(m_context);
@@ -208,7 +213,7 @@ private:
     static void onError(void* context, xmlErrorPtr error)
     {
         SaxPass& pass = self(context);
-        if (error->level != XML_ERR_FATAL || !pass.m_message.isEmpty())
+        if (error->level != XML_ERR_FATAL || !pass.m_message.isEmpty() || pass.m_mode == Mode::Recover)
             return;
         pass.fail(QStringLiteral("The statement is not well-formed XML: %1")
                       .arg(QString::fromUtf8(error->message).trimmed()),
@@ -225,6 +230,7 @@ private:
 
     Sink& m_sink;
     QByteArrayView m_utf8;
+    Mode m_mode;
     xmlParserCtxtPtr m_context = nullptr;
     QByteArray m_name;
     int m_depth = 0;
@@ -237,7 +243,7 @@ private:
 // Writes each line into a buffer that the sink reads when the line is done.
 class Printer {
 public:
-    explicit Printer(OfxXmlTidy::LineSink& sink) : m_sink(sink) {}
+    explicit Printer(OfxLineSink& sink) : m_sink(sink) {}
 
     void startElement(QByteArrayView name, const xmlChar** attributes, int attributeCount)
     {
@@ -319,7 +325,7 @@ private:
         m_out.clear();
     }
 
-    OfxXmlTidy::LineSink& m_sink;
+    OfxLineSink& m_sink;
     WideLine m_out;
     std::string m_pendingText;
     int m_depth = 0;
@@ -329,47 +335,18 @@ private:
     bool m_topPending = false;
 };
 
-// Prints one attempt; the error when it is not well-formed.
-Status print(QByteArrayView body, qsizetype offset, OfxXmlTidy::LineSink& sink)
+// Prints one attempt; the error when it fails.
+Status print(QByteArrayView body, qsizetype offset, SaxPass<Printer>::Mode mode, OfxLineSink& sink)
 {
     Printer printer(sink);
-    SaxPass<Printer> pass(printer, body);
-    switch (pass.run()) {
-    case SaxPass<Printer>::Outcome::CutShort:
+    SaxPass<Printer> pass(printer, body, mode);
+    if (pass.run() != SaxPass<Printer>::Outcome::Failed) {
         printer.finishCut();
         return Status::ok();
-    case SaxPass<Printer>::Outcome::Complete:
-        return Status::ok();
-    case SaxPass<Printer>::Outcome::Failed:
-        break;
     }
     // Errors count characters from the start of the text.
     const qsizetype at = std::clamp<qsizetype>(pass.errorOffset(), 0, body.size());
     return Error{pass.message(), int(offset + QString::fromUtf8(body.first(at)).size())};
-}
-
-class TextSink : public OfxXmlTidy::LineSink {
-public:
-    void line(QStringView line) override
-    {
-        m_text += line;
-        m_text += u'\n';
-    }
-    void restart() override { m_text.clear(); }
-
-    QString m_text;
-};
-
-// The name of a start tag's element, or empty for end tags, declarations,
-// processing instructions and empty elements.
-QStringView startTagName(QStringView tag)
-{
-    if (tag.size() < 3 || tag[1] == u'/' || tag[1] == u'?' || tag[1] == u'!' || tag[tag.size() - 2] == u'/')
-        return {};
-    qsizetype end = 1;
-    while (end < tag.size() - 1 && !tag[end].isSpace())
-        ++end;
-    return tag.sliced(1, end - 1);
 }
 
 } // namespace
@@ -381,13 +358,13 @@ Result<QString> OfxXmlTidy::prettyPrint(QStringView text)
 
 Result<QString> OfxXmlTidy::prettyPrint(QByteArrayView utf8)
 {
-    TextSink sink;
-    if (Status printed = printLines(utf8, sink); !printed)
+    OfxLineText lines;
+    if (Status printed = printLines(utf8, lines); !printed)
         return printed.error();
-    return std::move(sink.m_text);
+    return lines.take();
 }
 
-Status OfxXmlTidy::printLines(QByteArrayView utf8, LineSink& sink)
+Status OfxXmlTidy::printLines(QByteArrayView utf8, OfxLineSink& sink)
 {
     // The bytes were read as UTF-8 whatever the <?xml?> declaration names, so
     // it is skipped with the header.
@@ -402,68 +379,16 @@ Status OfxXmlTidy::printLines(QByteArrayView utf8, LineSink& sink)
     // Character offsets of errors count from the start of the text.
     const qsizetype offset = QString::fromUtf8(utf8.first(start)).size();
     const QByteArrayView body = utf8.sliced(start);
-    Status printed = print(body, offset, sink);
+    using Mode = SaxPass<Printer>::Mode;
+    Status printed = print(body, offset, Mode::Strict, sink);
     if (printed)
         return printed;
     // The repaired text has other offsets; the first attempt's error tells
     // the user where the original went wrong.
     sink.restart();
-    if (print(closeOpenLeaves(QString::fromUtf8(body)).toUtf8(), offset, sink))
+    if (print(OfxXmlRepair::repair(body), offset, Mode::Recover, sink))
         return Status::ok();
     return printed;
-}
-
-QString OfxXmlTidy::closeOpenLeaves(QStringView text)
-{
-    QString out;
-    out.reserve(text.size() + text.size() / 8);
-    qsizetype pos = 0;
-    while (pos < text.size()) {
-        const qsizetype open = text.indexOf(u'<', pos);
-        if (open < 0)
-            break;
-        out += text.sliced(pos, open - pos);
-        // Sections whose content may hold ">" end at their own terminator.
-        QStringView terminator = u">";
-        if (text.sliced(open).startsWith(u"<![CDATA["))
-            terminator = u"]]>";
-        else if (text.sliced(open).startsWith(u"<!--"))
-            terminator = u"-->";
-        const qsizetype close = text.indexOf(terminator, open + 1);
-        if (close < 0) {
-            pos = open;
-            break;
-        }
-        const qsizetype tagEnd = close + terminator.size();
-        const QStringView tag = text.sliced(open, tagEnd - open);
-        out += tag;
-        pos = tagEnd;
-        const QStringView name = startTagName(tag);
-        if (name.isEmpty())
-            continue;
-        qsizetype next = text.indexOf(u'<', pos);
-        if (next < 0)
-            next = text.size();
-        const QStringView content = text.sliced(pos, next - pos);
-        if (isBlank(content))
-            continue;
-        const QStringView rest = text.sliced(next);
-        const bool closed = rest.startsWith(u"</") && rest.sliced(2).startsWith(name) &&
-                            rest.size() > 2 + name.size() && rest[2 + name.size()] == u'>';
-        // Text followed by CDATA or a comment is not a leaf left open.
-        if (closed || rest.startsWith(u"<!"))
-            continue;
-        const QStringView value = content.trimmed();
-        const qsizetype valueEnd = value.data() - content.data() + value.size();
-        out += content.first(valueEnd);
-        out += QLatin1String("</");
-        out += name;
-        out += u'>';
-        out += content.sliced(valueEnd);
-        pos = next;
-    }
-    out += text.sliced(pos);
-    return out;
 }
 
 } // namespace qf

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/Result.h"
+#include "exchange/OfxLineSink.h"
 
 #include <QByteArrayView>
 #include <QString>
@@ -18,33 +19,19 @@ namespace qf {
 // before its first child is kept whole on one line; any other element gets a
 // line for its start and one for its end tag.
 //
-// Banks mix the forms: leaves left open as in the older form are closed
-// before a second attempt. A document cut short yields the lines read up to
-// the cut. Anything else that is not well-formed, or nesting deeper than
-// kMaxDepth, is an error with the offset into `text`.
+// A document that is not well-formed is repaired (OfxXmlRepair) and read
+// again, and what the parser still finds wrong in it is passed over. A
+// document cut short yields the lines read up to the cut. Nesting deeper
+// than kMaxDepth is an error with the offset into `text`.
 class OfxXmlTidy {
 public:
     static constexpr int kMaxDepth = 64;
-
-    // Takes the printed lines one at a time, without their line breaks.
-    class LineSink {
-    public:
-        virtual ~LineSink() = default;
-        virtual void line(QStringView line) = 0;
-        // The lines so far came from a first attempt that failed; the
-        // repaired text's lines follow.
-        virtual void restart() = 0;
-    };
 
     static Result<QString> prettyPrint(QByteArrayView utf8);
     static Result<QString> prettyPrint(QStringView text);
     // The same lines handed over as they are printed, so that the whole
     // text is never held. The lines of a document that fails are not to be used.
-    static Status printLines(QByteArrayView utf8, LineSink& sink);
-
-    // Inserts the end tag of every element whose text is not followed by it:
-    // "<CODE>0<SEVERITY>INFO" becomes "<CODE>0</CODE><SEVERITY>INFO</SEVERITY>".
-    static QString closeOpenLeaves(QStringView text);
+    static Status printLines(QByteArrayView utf8, OfxLineSink& sink);
 };
 
 } // namespace qf

@@ -39,6 +39,17 @@ TEST_F(ImportOfxCli, ImportsEveryTransactionIntoTheLibraryOrAnAccount)
                            QStringLiteral("2024-02-29 Rückzahlung R&V 1250")}));
 }
 
+TEST_F(ImportOfxCli, AStatementWithValuesLeftOpenImportsItsPayees)
+{
+    const CliRun r = import("staircase.qfx");
+    ASSERT_EQ(r.exitCode, 0) << qPrintable(r.err);
+    EXPECT_EQ(r.out, QStringLiteral("4\n"));
+    EXPECT_EQ(rowsByDay(), QStringList({QStringLiteral("2026-01-05 AT&T MOBILITY -12.5"),
+                                        QStringLiteral("2026-01-09 RIVERBEND HARDWARE -48.75"),
+                                        QStringLiteral("2026-01-17 LANTERN COFFEE & TEA -7.4"),
+                                        QStringLiteral("2026-01-28 PAYMENT THANK YOU 150")}));
+}
+
 TEST_F(ImportOfxCli, UnreadableFilesAndBadUsageStoreNothing)
 {
     CliRun r = import("latin1.ofx");

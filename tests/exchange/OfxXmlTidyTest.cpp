@@ -25,13 +25,3 @@ TEST(OfxXmlTidy, PrintsOneElementPerLineAndKeepsTextEscaped)
     ASSERT_TRUE(nothing.isOk());
     EXPECT_TRUE(nothing->isEmpty());
 }
-
-TEST(OfxXmlTidy, ClosesValuesLeftOpenAndNothingElse)
-{
-    EXPECT_EQ(OfxXmlTidy::closeOpenLeaves(u"<S><CODE>0<SEV>INFO </S><T>ok</T><U/>\n<V>\n</V>"),
-              QStringLiteral("<S><CODE>0</CODE><SEV>INFO</SEV> </S><T>ok</T><U/>\n<V>\n</V>"));
-    EXPECT_EQ(OfxXmlTidy::closeOpenLeaves(u"<N><![CDATA[a>b]]></N><M>x<!-- y --></M><L>end"),
-              QStringLiteral("<N><![CDATA[a>b]]></N><M>x<!-- y --></M><L>end</L>"));
-    // A tag left unfinished at the end stays as it is.
-    EXPECT_EQ(OfxXmlTidy::closeOpenLeaves(u"<A>1<B"), QStringLiteral("<A>1</A><B"));
-}
