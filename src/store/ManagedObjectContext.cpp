@@ -230,10 +230,7 @@ Status ManagedObjectContext::load()
             return;
         EntityTable& t = last && last->entity == raw.entity ? *last : d->tableFor(*raw.entity);
         last = &t;
-        std::unique_ptr<ManagedObject> object = d->factory ? d->factory(*raw.entity, *this, raw.primaryKey) : nullptr;
-        if (!object)
-            object = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
-        object->adoptLoadedValues(raw.attributes, d->arena);
+        std::unique_ptr<ManagedObject> object = makeLoadedObject(raw);
         const bool linked = std::any_of(raw.relationships.begin(), raw.relationships.end(),
                                         [](const auto& keys) { return !keys.empty(); });
         if (linked)
@@ -250,16 +247,8 @@ Status ManagedObjectContext::load()
     // Relationships point at records anywhere in the file, so they are
     // resolved once everything is in memory. Keys of missing records are dropped.
     for (PendingLinks& link : links) {
-        const auto& relationships = link.object->entity().relationships();
         ManagedObject::State& state = link.object->state();
-        state.relationships.resize(relationships.size());
-        for (std::size_t r = 0; r < relationships.size() && r < link.keys.size(); ++r) {
-            EntityTable* destination = d->table(relationships[r].destinationEntity);
-            for (std::int64_t key : link.keys[r]) {
-                if (ManagedObject* related = destination ? destination->find(key) : nullptr)
-                    state.relationships[r].push_back(related);
-            }
-        }
+        state.relationships = resolveLinks(link.object->entity(), link.keys);
     }
     for (const auto& t : d->tables) {
         t->live.reserve(t->members.size());
@@ -270,6 +259,30 @@ Status ManagedObjectContext::load()
     for (PendingLinks& link : links)
         link.object->awakeFromLoad();
     return Status::ok();
+}
+
+std::unique_ptr<ManagedObject> ManagedObjectContext::makeLoadedObject(RawRecord& raw)
+{
+    std::unique_ptr<ManagedObject> object = d->factory ? d->factory(*raw.entity, *this, raw.primaryKey) : nullptr;
+    if (!object)
+        object = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
+    object->adoptLoadedValues(raw.attributes, d->arena);
+    return object;
+}
+
+std::vector<std::vector<ManagedObject*>>
+ManagedObjectContext::resolveLinks(const EntityDescription& entity, const std::vector<std::vector<std::int64_t>>& keys) const
+{
+    const auto& relationships = entity.relationships();
+    std::vector<std::vector<ManagedObject*>> resolved(relationships.size());
+    for (std::size_t r = 0; r < relationships.size() && r < keys.size(); ++r) {
+        EntityTable* destination = d->table(relationships[r].destinationEntity);
+        for (std::int64_t key : keys[r]) {
+            if (ManagedObject* related = destination ? destination->find(key) : nullptr)
+                resolved[r].push_back(related);
+        }
+    }
+    return resolved;
 }
 
 ManagedObject* ManagedObjectContext::insertNewObject(const EntityDescription& entity)
@@ -610,11 +623,8 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
             seen[raw.entity].insert(raw.primaryKey);
         ManagedObject* object = t.find(raw.primaryKey);
         if (!object) {
-            std::unique_ptr<ManagedObject> made = d->factory ? d->factory(*raw.entity, *this, raw.primaryKey) : nullptr;
-            if (!made)
-                made = std::make_unique<ManagedObject>(*raw.entity, *this, raw.primaryKey);
+            std::unique_ptr<ManagedObject> made = makeLoadedObject(raw);
             object = made.get();
-            object->adoptLoadedValues(raw.attributes, d->arena);
             object->state().present = false;
             objectWasMerged(object);
             object->state().present = true;
@@ -660,14 +670,7 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
         const auto& relationships = object->entity().relationships();
         if (relationships.empty())
             continue;
-        ManagedObject::State::Relationships resolved(relationships.size());
-        for (std::size_t r = 0; r < relationships.size() && r < link.keys.size(); ++r) {
-            EntityTable* destination = d->table(relationships[r].destinationEntity);
-            for (std::int64_t key : link.keys[r]) {
-                if (ManagedObject* related = destination ? destination->find(key) : nullptr)
-                    resolved[r].push_back(related);
-            }
-        }
+        ManagedObject::State::Relationships resolved = resolveLinks(object->entity(), link.keys);
         ManagedObject::State& s = object->state();
         if (s.committedRelationships) {
             *s.committedRelationships = std::move(resolved);

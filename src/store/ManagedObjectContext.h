@@ -104,6 +104,11 @@ private:
     // A change that came from the file: announced and logged, but not one to save.
     void objectWasMerged(ManagedObject* object);
     void applyStoreChanges(StoreChanges& changes);
+    // The record for a row of the file, holding its values (taken from raw).
+    std::unique_ptr<ManagedObject> makeLoadedObject(RawRecord& raw);
+    // The records the keys name, per relationship; keys of missing records are dropped.
+    std::vector<std::vector<ManagedObject*>> resolveLinks(const EntityDescription& entity,
+                                                          const std::vector<std::vector<std::int64_t>>& keys) const;
     void forgetDeletedElsewhere(ManagedObject* object);
     void undeleteObject(ManagedObject* object);
     QString storeUUID() const;
