@@ -189,7 +189,7 @@ TEST_F(SharedLedger, TwoScriptsAtOnceLoseNothingTheyReported)
     // Both lanes change the shared records, each its own key of them.
     Lane a(QStringLiteral("A"), QStringLiteral("trans_title"), shared);
     Lane b(QStringLiteral("B"), QStringLiteral("trans_notes"), shared);
-    constexpr int kSteps = 150;
+    constexpr int kSteps = 200;
     for (int step = 0; step < kSteps; ++step) {
         CliProcess first(home.path(), dataDir()), second(home.path(), dataDir());
         first.start(a.command(step));

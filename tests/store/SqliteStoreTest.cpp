@@ -167,6 +167,9 @@ TEST(SqliteStore, FailedSaveChangesNothing)
     const auto failed = store->save(collides);
     EXPECT_FALSE(failed.isOk());
     EXPECT_TRUE(failed.message().contains("TransEntity 3")) << failed.message().toStdString();
+    // In plain words: SQLite's own wording names tables and constraints.
+    EXPECT_TRUE(failed.message().contains("clashes with one already stored")) << failed.message().toStdString();
+    EXPECT_FALSE(failed.message().contains("UNIQUE")) << failed.message().toStdString();
     EXPECT_EQ(store->metadata().nextObjectID, 14);
 
     // A record another process deleted stays deleted; the save goes through.
