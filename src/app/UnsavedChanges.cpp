@@ -1,6 +1,7 @@
 #include "app/UnsavedChanges.h"
 
 #include "store/ManagedObjectContext.h"
+#include "store/VaultLibrary.h"
 
 #include <QHash>
 #include <algorithm>
@@ -12,6 +13,25 @@ namespace {
 
 // Every entity of the model keeps its uniqueID first.
 constexpr int kUniqueID = 0;
+
+// The library, the Scheduler and Untagged exist once. When the first save of
+// a new store failed, the ones made at that launch were kept as inserted,
+// and the next launch made its own.
+bool isFixedVaultAlreadyThere(const ManagedObjectContext& context, const RecordChange& change)
+{
+    const EntityDescription& vault = ManagedObjectModel::shared().vault();
+    if (change.entity != &vault)
+        return false;
+    const int typeIndex = vault.indexOfAttribute(u"vault_type");
+    for (const auto& [attribute, value] : change.values) {
+        if (attribute != typeIndex)
+            continue;
+        const QString type = value.toString();
+        return (type == VaultType::MasterVault || type == VaultType::BillManager || type == VaultType::Untagged)
+               && !VaultLibrary::vaultsOfType(context, type).empty();
+    }
+    return false;
+}
 
 QStringList relatedIDs(const ManagedObject& record, int relationshipIndex)
 {
@@ -136,6 +156,10 @@ ApplyReport UnsavedChanges::applyTo(ManagedObjectContext& context) const
             ++report.applied;
             continue;
         case RecordChange::Kind::Insert: {
+            if (!record && isFixedVaultAlreadyThere(context, change)) {
+                ++report.applied;
+                continue;
+            }
             if (!record)
                 record = context.insertNewObject(entity);
             // Every attribute, so defaults made on insertion give way to

@@ -221,3 +221,25 @@ TEST(RecoveryFile, ALaterQuitAddsToTheFileAndSettingAsideNeverDeletes)
     EXPECT_EQ(readFile(*aside), bytes);
     EXPECT_EQ(readFile(*again), QByteArray("again"));
 }
+
+TEST(RecoveryFile, AStoreWhoseFirstSaveFailedGetsNoSecondLibrary)
+{
+    // Kept as inserted: the fixed vaults of that launch, and one account.
+    TempLedger ledger;
+    ManagedObjectContext& context = ledger.launch();
+    ledger.addAccount(QStringLiteral("Checking"));
+    const QString path = ledger.delegate().recoveryFilePath();
+    ASSERT_TRUE(RecoveryFile::write(path, UnsavedChanges::collect(context)));
+    context.rollback();
+    ledger.delegate().convertVaultLibraryObjects(); // the next launch makes its own
+    ASSERT_TRUE(ledger.delegate().saveAction());
+
+    Result<UnsavedChanges> kept = RecoveryFile::read(path);
+    ASSERT_TRUE(kept) << qPrintable(kept.message());
+    kept->applyTo(context);
+    QStringList types;
+    for (ManagedObject* vault : ledger.delegate().fetchAllVaultObjects())
+        types << vault->valueForKey(u"vault_type").toString();
+    types.sort();
+    EXPECT_EQ(types.join(u','), QStringLiteral("Account,Bill Manager,Master Vault,Untagged"));
+}
