@@ -112,6 +112,7 @@ void TransEditForm::clearTextFields()
 {
     m_fields = TransEditFields();
     m_fields.date = m_delegate.longDateFormatter().format(m_delegate.now());
+    m_openedFields.reset();
 }
 
 void TransEditForm::setupFieldsWithDefaults(const ValueDictionary& defaults)
@@ -163,6 +164,7 @@ void TransEditForm::setupFieldsWithTransObject(ManagedObject& record)
     if (!tags.contains(QString()))
         m_fields.tags = tags;
 
+    m_openedFields = m_fields;
     if (m_hooks.showMediaOfRecord)
         m_hooks.showMediaOfRecord(record);
 }
@@ -219,12 +221,16 @@ TransEditForm::SaveOutcome TransEditForm::save()
     const Value dateValue = parsedDate ? Value::date(*parsedDate) : Value();
 
     ManagedObject* record = m_isEditing ? m_transObject : nullptr;
+    // A field left as it was opened writes nothing, so that what another
+    // program saved to the record while the editor was open stays.
+    const TransEditFields* opened = record && m_openedFields ? &*m_openedFields : nullptr;
+    auto edited = [&](auto field) { return !opened || m_fields.*field != opened->*field; };
     if (record) {
         // Compared as text so that an untouched date keeps its time of day.
         const Value stored = record->valueForKey(u"trans_date");
         const QString storedText = stored.isNull() ? QString() : longFormatter.format(stored.toDate());
         const QString shownText = parsedDate ? longFormatter.format(*parsedDate) : QString();
-        if (shownText != storedText)
+        if (edited(&TransEditFields::date) && shownText != storedText)
             record->setValueForKey(u"trans_date", dateValue);
     } else {
         record = context.insertNewObject(QStringLiteral("TransEntity"));
@@ -232,16 +238,22 @@ TransEditForm::SaveOutcome TransEditForm::save()
     }
 
     record->setValueForKey(u"trans_uniqueID", Value(m_transUniqueID));
-    record->setValueForKey(u"trans_title", textValue(m_fields.title));
-    record->setValueForKey(u"trans_from", textValue(m_fields.from));
-    record->setValueForKey(u"trans_to", textValue(m_fields.to));
-    record->setValueForKey(u"trans_notes", textValue(m_fields.notes));
+    if (edited(&TransEditFields::title))
+        record->setValueForKey(u"trans_title", textValue(m_fields.title));
+    if (edited(&TransEditFields::from))
+        record->setValueForKey(u"trans_from", textValue(m_fields.from));
+    if (edited(&TransEditFields::to))
+        record->setValueForKey(u"trans_to", textValue(m_fields.to));
+    if (edited(&TransEditFields::notes))
+        record->setValueForKey(u"trans_notes", textValue(m_fields.notes));
     record->setValueForKey(u"trans_dateModified", Value::date(m_delegate.now()));
-    record->setValueForKey(u"trans_amount", Value(static_cast<double>(adjustedAmount())));
-    record->setValueForKey(u"trans_keywords", Value(TransactionRecords::keywordString(m_fields.tags)));
+    if (edited(&TransEditFields::amount) || edited(&TransEditFields::type))
+        record->setValueForKey(u"trans_amount", Value(static_cast<double>(adjustedAmount())));
+    if (edited(&TransEditFields::tags))
+        record->setValueForKey(u"trans_keywords", Value(TransactionRecords::keywordString(m_fields.tags)));
 
     // "None" keeps whatever account the record had.
-    if (!m_fields.accountID.isEmpty())
+    if (!m_fields.accountID.isEmpty() && edited(&TransEditFields::accountID))
         record->setValueForKey(u"trans_accountID", Value(m_fields.accountID));
 
     if (m_hooks.savePhoto)
@@ -250,15 +262,18 @@ TransEditForm::SaveOutcome TransEditForm::save()
         m_hooks.saveAttachments(*record);
 
     const bool hadCalendarEvent = record->valueForKey(u"trans_setiCalEvent").toBool();
-    record->setValueForKey(u"trans_setiCalEvent", Value::boolean(m_fields.calendarEvent));
+    if (edited(&TransEditFields::calendarEvent))
+        record->setValueForKey(u"trans_setiCalEvent", Value::boolean(m_fields.calendarEvent));
     if (!hadCalendarEvent && m_fields.calendarEvent && m_hooks.createCalendarEvent)
         m_hooks.createCalendarEvent(*record);
 
     if (m_fields.repeat != kNever && m_fields.repeat != storedText(*record, u"trans_reoccurrence"))
         setupReoccurence(m_fields.repeat, *record);
 
-    record->setValueForKey(u"trans_isPending", Value::boolean(m_fields.pending));
-    record->setValueForKey(u"trans_reoccurrence", Value(m_fields.repeat));
+    if (edited(&TransEditFields::pending))
+        record->setValueForKey(u"trans_isPending", Value::boolean(m_fields.pending));
+    if (edited(&TransEditFields::repeat))
+        record->setValueForKey(u"trans_reoccurrence", Value(m_fields.repeat));
 
     // The defaults of the last add hold for later edits in this form too.
     if (m_addTransDefaults) {

@@ -144,6 +144,7 @@ private:
     Quillfen_AppDelegate& m_delegate;
     TransEditHooks m_hooks;
     TransEditFields m_fields;
+    std::optional<TransEditFields> m_openedFields; // as shown when an existing record was opened
     std::vector<AccountChoice> m_accounts;
     bool m_isEditing = false;
     ManagedObject* m_transObject = nullptr;

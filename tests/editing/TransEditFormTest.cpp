@@ -129,6 +129,35 @@ TEST(TransEditForm, UntouchedDateKeepsItsTimeAndATypedDateIsMidnight)
     EXPECT_TRUE(record->valueForKey(u"trans_date").isNull());
 }
 
+TEST(TransEditForm, FieldsLeftAsOpenedKeepWhatAnotherProgramSavedMeanwhile)
+{
+    TempLedger ledger;
+    ledger.launch();
+    ManagedObject* record = ledger.addTransaction(QStringLiteral("Fuel"), -40, QStringLiteral("car"));
+    record->setValueForKey(u"trans_notes", Value("full tank"));
+    ASSERT_TRUE(ledger.delegate().saveAction());
+
+    TransEditForm form(ledger.delegate());
+    form.showEditWithTransObject(*record);
+    // While the editor is open, a script's save is merged into the record.
+    record->setValueForKey(u"trans_notes", Value("receipt scanned"));
+    record->setValueForKey(u"trans_amount", Value(-42.5));
+    record->setValueForKey(u"trans_keywords", Value("car, work"));
+    form.fields().title = QStringLiteral("Fuel, motorway");
+    ASSERT_EQ(form.save(), TransEditForm::SaveOutcome::Saved);
+    EXPECT_EQ(text(record, u"trans_title"), QStringLiteral("Fuel, motorway"));
+    EXPECT_EQ(text(record, u"trans_notes"), QStringLiteral("receipt scanned"));
+    EXPECT_EQ(record->valueForKey(u"trans_amount").toDouble(), -42.5);
+    EXPECT_EQ(text(record, u"trans_keywords"), QStringLiteral("car, work"));
+
+    // A field the user did change is written, whatever came in meanwhile.
+    form.showEditWithTransObject(*record);
+    record->setValueForKey(u"trans_notes", Value("from the script"));
+    form.fields().notes = QStringLiteral("mine");
+    ASSERT_EQ(form.save(), TransEditForm::SaveOutcome::Saved);
+    EXPECT_EQ(text(record, u"trans_notes"), QStringLiteral("mine"));
+}
+
 TEST(TransEditForm, MonthlyRepeatSchedulesOneCopyAndLaterChangesOnlyUpdateIt)
 {
     TempLedger ledger;
