@@ -8,6 +8,7 @@
 #include "exchange/QFQIFParser.h"
 #include "exchange/QIFImport.h"
 #include "store/ManagedObjectContext.h"
+#include "store/SqliteStore.h"
 #include "store/StoreOpener.h"
 #include "store/VaultLibrary.h"
 #include "views/TransactionQuery.h"
@@ -203,6 +204,38 @@ void BM_SaveOneChange(benchmark::State& state)
     }
 }
 
+// The window's side of a script's save: noticing it and merging one changed
+// and one new record into the loaded ledger.
+void BM_MergeAScriptsSave(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    auto delegate = openCopy(state.range(0), dir);
+    ManagedObjectContext& window = *delegate->managedObjectContext();
+    auto scriptStore = SqliteStore::open(window.persistentStore()->path(), SqliteStore::Mode::MustExist);
+    if (!scriptStore)
+        qFatal("%s", qPrintable(scriptStore.message()));
+    ManagedObjectContext script(std::move(*scriptStore));
+    if (Status s = script.load(); !s)
+        qFatal("%s", qPrintable(s.message()));
+    const EntityDescription& trans = ManagedObjectModel::shared().trans();
+    ManagedObject* record = script.objects(trans)[state.range(0) / 2];
+    int round = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        record->setValueForKey(u"trans_notes", Value(QStringLiteral("Merged %1").arg(++round)));
+        script.insertNewObject(trans)->setValueForKey(u"trans_title", Value(QStringLiteral("New %1").arg(round)));
+        if (Status s = script.save(); !s)
+            state.SkipWithError(qPrintable(s.message()));
+        state.ResumeTiming();
+        if (!window.hasChangedElsewhere())
+            state.SkipWithError("the save went unnoticed");
+        if (Status s = window.mergeChangesFromStore(); !s)
+            state.SkipWithError(qPrintable(s.message()));
+        window.processPendingChanges();
+        benchmark::DoNotOptimize(window.objects(trans).size());
+    }
+}
+
 void BM_Insert100kAndSave(benchmark::State& state)
 {
     for (auto _ : state) {
@@ -312,6 +345,7 @@ BENCHMARK(BM_LibrarySearchTwoWords)->Arg(100000)->Arg(1000000)->Unit(benchmark::
 BENCHMARK(BM_AccountBalance)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_AccountListSorted)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SaveOneChange)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MergeAScriptsSave)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Insert100kAndSave)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(2);
 
 int main(int argc, char** argv)
