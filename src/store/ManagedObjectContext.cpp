@@ -436,23 +436,8 @@ std::uint64_t ManagedObjectContext::loadGeneration() const
 
 void ManagedObjectContext::objectWillChange(ManagedObject* object)
 {
-    d->changeLog.push_back(object);
-    ManagedObject::State& state = object->state();
-    if (!state.queued) {
-        state.queued = true;
-        state.wasPresent = state.present;
-        d->pending.push_back(object);
-        if (!d->announcementScheduled) {
-            d->announcementScheduled = true;
-            QMetaObject::invokeMethod(
-                this,
-                [this] {
-                    d->announcementScheduled = false;
-                    processPendingChanges();
-                },
-                Qt::QueuedConnection);
-        }
-    }
+    announceChange(object);
+    ManagedObject::State& state = *object->m_state;
     if (!state.tracked) {
         state.tracked = true;
         d->changed.push_back(object);
@@ -585,7 +570,7 @@ Status ManagedObjectContext::mergeChangesFromStore()
     return Status::ok();
 }
 
-void ManagedObjectContext::objectWasMerged(ManagedObject* object)
+void ManagedObjectContext::announceChange(ManagedObject* object)
 {
     d->changeLog.push_back(object);
     ManagedObject::State& state = object->state();
@@ -626,7 +611,7 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
             std::unique_ptr<ManagedObject> made = makeLoadedObject(raw);
             object = made.get();
             object->state().present = false;
-            objectWasMerged(object);
+            announceChange(object);
             object->state().present = true;
             t.addInOrder(std::move(made));
             t.liveStale = true;
@@ -634,8 +619,15 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
             continue;
         }
         ManagedObject::State* s = object->m_state.get();
-        if (s && !s->present)
-            continue; // deleted here and not saved yet: that deletion is saved next
+        if (s && !s->present) {
+            if (s->inStore)
+                continue; // deleted here and not saved yet: that deletion is saved next
+            // Deleted elsewhere once and back now (its deletion was undone there).
+            announceChange(object);
+            s->present = true;
+            s->inStore = true;
+            t.liveStale = true;
+        }
         std::vector<int> changed;
         for (int i = 0; i < raw.entity->attributeCount() && i < static_cast<int>(raw.attributes.size()); ++i) {
             Value& stored = raw.attributes[static_cast<std::size_t>(i)];
@@ -656,7 +648,7 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
             }
         }
         if (!changed.empty()) {
-            objectWasMerged(object);
+            announceChange(object);
             object->awakeFromLoad();
             for (int i : changed)
                 object->didChangeValue(i);
@@ -678,7 +670,7 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
         }
         s.relationships.resize(relationships.size());
         if (s.relationships != resolved) {
-            objectWasMerged(object);
+            announceChange(object);
             s.relationships = std::move(resolved);
         }
     }
@@ -711,7 +703,7 @@ void ManagedObjectContext::forgetDeletedElsewhere(ManagedObject* object)
     ManagedObject::State& s = object->state();
     if (!s.inStore)
         return;
-    objectWasMerged(object);
+    announceChange(object);
     if (s.present)
         d->table(object->entity())->liveStale = true;
     s.present = false;

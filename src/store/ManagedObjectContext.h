@@ -101,8 +101,9 @@ private:
     // Every tracked change of a record passes here first, before the record
     // changes: it starts the record's bookkeeping and queues the announcement.
     void objectWillChange(ManagedObject* object);
-    // A change that came from the file: announced and logged, but not one to save.
-    void objectWasMerged(ManagedObject* object);
+    // Logs the change and queues its announcement; on its own (a change that
+    // came from the file) it is not one to save.
+    void announceChange(ManagedObject* object);
     void applyStoreChanges(StoreChanges& changes);
     // The record for a row of the file, holding its values (taken from raw).
     std::unique_ptr<ManagedObject> makeLoadedObject(RawRecord& raw);

@@ -178,6 +178,23 @@ TEST_F(SharedStore, AnEditOfARecordDeletedElsewhereLetsTheDeletionStand)
     EXPECT_EQ(contents(*openContext(path)).toStdString(), "B Salary  #2");
 }
 
+TEST_F(SharedStore, ADeletionUndoneElsewhereBringsTheRecordBack)
+{
+    ManagedObject* salary = byID(*first, "B");
+    second->deleteObject(byID(*second, "B"));
+    second->processPendingChanges();
+    ASSERT_TRUE(second->save());
+    ASSERT_TRUE(first->mergeChangesFromStore());
+    EXPECT_TRUE(salary->isDeleted());
+
+    second->undoManager().undo();
+    ASSERT_TRUE(second->save());
+    ASSERT_TRUE(first->mergeChangesFromStore());
+    EXPECT_FALSE(salary->isDeleted());
+    EXPECT_FALSE(salary->hasChanges());
+    EXPECT_EQ(contents(*first).toStdString(), contents(*second).toStdString());
+}
+
 TEST_F(SharedStore, RuleLinksMergeAndFollowDeletedRules)
 {
     const EntityDescription& vaultEntity = model().vault();
