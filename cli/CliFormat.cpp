@@ -7,6 +7,7 @@
 #include "store/ManagedObject.h"
 
 #include <QDateTime>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <cmath>
@@ -89,6 +90,13 @@ QByteArray recordJson(const ManagedObject& record)
             entity.attributes()[i].type == AttributeType::Float)
             value = Value(decimalAmount(value.toDouble()));
         object.insert(entity.keyAtIndex(i), jsonValue(value));
+    }
+    // Related records by their identifiers, which every entity keeps first.
+    for (int r = 0; r < static_cast<int>(entity.relationships().size()); ++r) {
+        QJsonArray ids;
+        for (const ManagedObject* related : record.relatedObjects(r))
+            ids.append(related->primitiveValue(0).toString());
+        object.insert(entity.relationships()[r].name, ids);
     }
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }

@@ -20,7 +20,8 @@ std::optional<AbsoluteTime> parseIsoLocalDate(const QString& text);
 // An amount typed on the command line: a plain number, or one in the
 // ledger's currency format; none when it is neither.
 std::optional<double> parseAmount(const QString& text);
-// Every stored and derived key of a record as one JSON object.
+// Every stored and derived key of a record as one JSON object, and each
+// relationship as an array of the related records' identifiers.
 QByteArray recordJson(const ManagedObject& record);
 
 } // namespace qf::cli

@@ -1,6 +1,7 @@
 #include "LedgerCli.h"
 
 #include "CliFormat.h"
+#include "SmartRuleOption.h"
 #include "ImportOfxCommand.h"
 #include "ImportQifCommand.h"
 #include "app/Quillfen_AppDelegate.h"
@@ -47,11 +48,14 @@ QString LedgerCli::usage()
         "  info                         store file and record counts\n"
         "  vaults [--type TYPE]         vaults in source-list order: id, type, title\n"
         "  add-vault --type TYPE --title TITLE [--account-type T] [--bank NAME] [--url URL]\n"
-        "            [--initial AMOUNT] [--share]\n"
+        "            [--initial AMOUNT] [--share] [--condition All|Any] [--rule RULE]...\n"
+        "  edit-smart VAULT [--title T] [--condition All|Any] [--rule RULE]...\n"
+        "                               change a smart folder's rules as its sheet would\n"
         "  add --title T --amount A [--type Incoming|Outgoing] [--date YYYY-MM-DD[THH:MM[:SS]]]\n"
         "      [--account ID|TITLE] [--folder ID|TITLE] [--tags \"a, b\"] [--notes N] [--from F] [--to T]\n"
         "      [--pending] [--upcoming] [--repeat R]\n"
         "  set ID KEY VALUE             set one stored key (nil clears)\n"
+        "  show ID                      any record's keys as JSON, relationships as ids\n"
         "  delete ID...                 delete records\n"
         "  list [selection] [--json]    transactions: id, date, title, amount, status, tags\n"
         "  balance [selection]          count, total, incoming, outgoing\n"
@@ -66,7 +70,10 @@ QString LedgerCli::usage()
         "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
         "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
         "           [--sort Date|Title|Amount|Tags]\n"
-        "A FROM..TO range runs from 00:00 of FROM to 00:00 of TO, like the list's custom range.\n");
+        "A FROM..TO range runs from 00:00 of FROM to 00:00 of TO, like the list's custom range.\n"
+        "RULE: \"FIELD|OPERATOR[|VALUE[|VALUE2]]\", e.g. \"Title|Contains|coffee\", \"Amount|Between|-10|0\",\n"
+        "      \"Date|Before|2025-03-01\", \"Tag|Contains|Food, Rent\", \"Tag|Is Empty\", \"Account|Is|Checking\",\n"
+        "      \"Type|Is not|Pending\"\n");
 }
 
 const QStringList& LedgerCli::selectionOptions()
@@ -93,6 +100,10 @@ int LedgerCli::run(const CommandLine& line)
         return add(line);
     if (command == QLatin1String("set"))
         return set(line);
+    if (command == QLatin1String("edit-smart"))
+        return editSmart(line);
+    if (command == QLatin1String("show"))
+        return show(line);
     if (command == QLatin1String("delete"))
         return remove(line);
     if (command == QLatin1String("list"))
@@ -170,7 +181,8 @@ int LedgerCli::addVault(const CommandLine& line)
     if (QStringList unknown = line.unknownOptions({QStringLiteral("type"), QStringLiteral("title"),
                                                    QStringLiteral("account-type"), QStringLiteral("bank"),
                                                    QStringLiteral("url"), QStringLiteral("initial"),
-                                                   QStringLiteral("share")});
+                                                   QStringLiteral("share"), QStringLiteral("condition"),
+                                                   QStringLiteral("rule")});
         !unknown.isEmpty())
         return fail(BadUsage, QStringLiteral("add-vault does not take %1").arg(unknown.join(QStringLiteral(", "))));
 
@@ -185,6 +197,15 @@ int LedgerCli::addVault(const CommandLine& line)
     const QString title = line.value(QStringLiteral("title"));
     if (!QFNSStringCategory::isValidString(title))
         return fail(BadUsage, QStringLiteral("a vault needs a non-empty --title"));
+
+    std::vector<SmartRule> rules;
+    QString condition;
+    if (line.has(QStringLiteral("rule")) || line.has(QStringLiteral("condition"))) {
+        if (type != VaultType::SmartPlaylist)
+            return fail(BadUsage, QStringLiteral("only a smart folder takes --rule and --condition"));
+        if (int code = smartRuleOptions(line, QStringLiteral("All"), &rules, &condition); code != Success)
+            return code;
+    }
 
     double initial = 0;
     if (line.has(QStringLiteral("initial"))) {
@@ -208,6 +229,10 @@ int LedgerCli::addVault(const CommandLine& line)
         vault = VaultLibrary::insertVault(context, m_delegate, type, title);
         if (type == VaultType::Playlist || type == VaultType::SmartPlaylist)
             vault->setValueForKey(u"vault_shouldPublish", Value::boolean(line.has(QStringLiteral("share"))));
+        // A new sheet starts with "All" and one row: a folder made without
+        // rules still gets the condition, as one saved from a fresh sheet.
+        if (type == VaultType::SmartPlaylist)
+            SmartRules::store(context, m_delegate, *vault, rules, condition.isEmpty() ? QStringLiteral("All") : condition);
     }
     m_out << vault->valueForKey(u"vault_uniqueID").toString() << Qt::endl;
     return Success;
@@ -329,6 +354,70 @@ static std::optional<Value> valueForAttribute(const AttributeDescription& attrib
         return Value::data(QByteArray::fromBase64(text.toLatin1()));
     }
     return std::nullopt;
+}
+
+int LedgerCli::smartRuleOptions(const CommandLine& line, const QString& defaultCondition, std::vector<SmartRule>* rules,
+                                QString* condition)
+{
+    *condition = line.value(QStringLiteral("condition"), defaultCondition);
+    if (*condition != QLatin1String("All") && *condition != QLatin1String("Any"))
+        return fail(BadUsage, QStringLiteral("--condition must be All or Any"));
+    for (const QString& text : line.values(QStringLiteral("rule"))) {
+        Result<SmartRule> rule = parseSmartRuleOption(text, m_delegate);
+        if (!rule)
+            return fail(BadUsage, QStringLiteral("--rule \"%1\": %2").arg(text, rule.message()));
+        rules->push_back(*rule);
+    }
+    return Success;
+}
+
+int LedgerCli::editSmart(const CommandLine& line)
+{
+    if (QStringList unknown =
+            line.unknownOptions({QStringLiteral("title"), QStringLiteral("condition"), QStringLiteral("rule")});
+        !unknown.isEmpty())
+        return fail(BadUsage, QStringLiteral("edit-smart does not take %1").arg(unknown.join(QStringLiteral(", "))));
+    if (line.positional().size() != 1)
+        return fail(BadUsage, QStringLiteral("usage: edit-smart VAULT [--title T] [--condition All|Any] [--rule R]..."));
+    ManagedObject* vault = vaultNamed(line.positional().first(), VaultType::SmartPlaylist);
+    if (!vault)
+        return fail(Failure, QStringLiteral("no smart folder \"%1\"").arg(line.positional().first()));
+    const QString title = line.value(QStringLiteral("title"), vault->valueForKey(u"vault_title").toString());
+    if (!QFNSStringCategory::isValidString(title))
+        return fail(BadUsage, QStringLiteral("a smart folder needs a non-empty --title"));
+
+    // As the sheet reopens it: the rows in date order, "Any" kept, else "All".
+    std::vector<SmartRule> rows = SmartRules::rulesOfVault(*vault);
+    const QString stored = vault->valueForKey(u"vault_smartCondition").toString();
+    std::vector<SmartRule> rules;
+    QString condition;
+    if (int code = smartRuleOptions(line, stored == QLatin1String("Any") ? stored : QStringLiteral("All"), &rules,
+                                    &condition);
+        code != Success)
+        return code;
+    if (line.has(QStringLiteral("rule"))) {
+        // The n-th rule given takes the n-th row's record; rows beyond are unlinked.
+        for (std::size_t i = 0; i < rules.size() && i < rows.size(); ++i) {
+            rules[i].uniqueID = rows[i].uniqueID;
+            rules[i].date = rows[i].date;
+        }
+        rows = std::move(rules);
+    }
+    vault->setValueForKey(u"vault_title", Value(title));
+    SmartRules::store(*m_delegate.managedObjectContext(), m_delegate, *vault, rows, condition);
+    m_out << vault->valueForKey(u"vault_uniqueID").toString() << Qt::endl;
+    return Success;
+}
+
+int LedgerCli::show(const CommandLine& line)
+{
+    if (line.positional().size() != 1)
+        return fail(BadUsage, QStringLiteral("usage: show ID"));
+    ManagedObject* record = recordWithID(line.positional().first());
+    if (!record)
+        return fail(Failure, QStringLiteral("no record with the ID \"%1\"").arg(line.positional().first()));
+    m_out << recordJson(*record) << Qt::endl;
+    return Success;
 }
 
 int LedgerCli::set(const CommandLine& line)

@@ -2,7 +2,10 @@
 
 #include "CommandLine.h"
 
+#include "editing/SmartRule.h"
+
 #include <QTextStream>
+#include <vector>
 
 namespace qf {
 class ManagedObject;
@@ -31,6 +34,11 @@ private:
     int addVault(const CommandLine& line);
     int add(const CommandLine& line);
     int set(const CommandLine& line);
+    int editSmart(const CommandLine& line);
+    int show(const CommandLine& line);
+    // Reads --condition and every --rule; an exit code on a bad one.
+    int smartRuleOptions(const CommandLine& line, const QString& defaultCondition, std::vector<SmartRule>* rules,
+                         QString* condition);
     int remove(const CommandLine& line);
     int list(const CommandLine& line);
     int balance(const CommandLine& line);

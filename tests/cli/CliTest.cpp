@@ -138,3 +138,47 @@ TEST_F(Cli, ExampleStoreIsListedButNeverChanged)
                    QStringLiteral("--amount"), QStringLiteral("-1")}).exitCode, 0);
     EXPECT_EQ(run({QStringLiteral("--example"), QStringLiteral("balance")}).out, before.out);
 }
+
+TEST_F(Cli, SmartFoldersFromRules)
+{
+    add({"--title", "Coffee Bean", "--amount", "4", "--type", "Outgoing", "--tags", "Food, Café"});
+    add({"--title", "coffee refund", "--amount", "4", "--type", "Incoming", "--tags", "food, cafe"});
+    add({"--title", "Rent", "--amount", "800", "--type", "Outgoing"});
+    auto titles = [&](const QString& vault) {
+        QStringList found;
+        for (const QString& row : listed({QStringLiteral("--vault"), vault}))
+            found << row.section(QLatin1Char('|'), 0, 0);
+        found.sort();
+        return found.join(QLatin1Char(','));
+    };
+    const CliRun all = run({"add-vault", "--type", "Smart Playlist", "--title", "All", "--rule", "Title|Contains|COFFEE",
+                            "--rule", "Amount|Less than|0"});
+    ASSERT_EQ(all.exitCode, 0) << qPrintable(all.err);
+    EXPECT_EQ(titles(QStringLiteral("All")), "Coffee Bean");
+    run({"add-vault", "--type", "Smart Playlist", "--title", "Any", "--condition", "Any", "--rule",
+         "Title|Contains|COFFEE", "--rule", "Amount|Less than|0"});
+    EXPECT_EQ(titles(QStringLiteral("Any")), "Coffee Bean,Rent,coffee refund");
+    // Tag tokens: diacritics ignored, case kept; no tokens select untagged ones.
+    run({"add-vault", "--type", "Smart Playlist", "--title", "Tags", "--rule", "Tag|Contains|Food, Cafe"});
+    EXPECT_EQ(titles(QStringLiteral("Tags")), "Coffee Bean");
+    run({"add-vault", "--type", "Smart Playlist", "--title", "Untagged", "--rule", "Tag|Contains|"});
+    EXPECT_EQ(titles(QStringLiteral("Untagged")), "Rent");
+
+    // Editing keeps the rule records: the first row's id stays, the second is unlinked.
+    const QString before = run({"show", all.out.trimmed()}).out;
+    const CliRun edited = run({"edit-smart", "All", "--condition", "Any", "--rule", "Title|Is|Rent"});
+    ASSERT_EQ(edited.exitCode, 0) << qPrintable(edited.err);
+    const QString after = run({"show", all.out.trimmed()}).out;
+    const QString firstRule = before.section(QStringLiteral("\"vault_smartObjects\":[\""), 1).section(QLatin1Char('"'), 0, 0);
+    EXPECT_TRUE(after.contains(QStringLiteral("\"vault_smartObjects\":[\"%1\"]").arg(firstRule))) << qPrintable(after);
+    EXPECT_TRUE(run({"show", firstRule}).out.contains(QStringLiteral("\"smart_operand\":\"Is\"")));
+    EXPECT_EQ(titles(QStringLiteral("All")), "Rent");
+
+    // Bad rules write nothing.
+    for (const QStringList& bad : {QStringList{"Colour|Is|red"}, {"Title|Before|x"}, {"Date|Before|someday"},
+                                    {"Account|Is|Nowhere"}}) {
+        const CliRun refused = run({"add-vault", "--type", "Smart Playlist", "--title", "Bad", "--rule", bad.first()});
+        EXPECT_EQ(refused.exitCode, 2) << qPrintable(bad.first());
+    }
+    EXPECT_FALSE(run({"vaults"}).out.contains(QStringLiteral("\tBad")));
+}
