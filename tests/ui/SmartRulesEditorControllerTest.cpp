@@ -297,6 +297,15 @@ TEST_F(SmartRulesEditorControllerTest, ChangingFieldOrOperatorResetsTheValueWidg
 
 TEST_F(SmartRulesEditorControllerTest, NewSmartFolderAndDoubleClickOpenTheSheet)
 {
+    // Another vault has no rules to edit.
+    QListView* list = window->sourceController()->listView();
+    SourceListModel* model = window->sourceController()->model();
+    const int accountRow = model->rowOfVault(checking->valueForKey(u"vault_uniqueID").toString());
+    window->sourceController()->selectControllerWithID(checking->valueForKey(u"vault_uniqueID").toString());
+    EXPECT_FALSE(menuAction(*window, QStringLiteral("&Edit"), QStringLiteral("Edit Rules…"))->isEnabled());
+    Q_EMIT list->doubleClicked(model->index(accountRow));
+    EXPECT_EQ(window->findChild<SmartRulesEditorController*>(), nullptr);
+
     qf::test::answerNextModal([](QWidget* modal) {
         modal->findChild<QTabWidget*>()->setCurrentIndex(3);
         QTest::keyClicks(modal->findChild<QLineEdit*>(QStringLiteral("smartName")), QStringLiteral("Fresh"));
@@ -311,9 +320,8 @@ TEST_F(SmartRulesEditorControllerTest, NewSmartFolderAndDoubleClickOpenTheSheet)
     ManagedObject* vault = sheet->vault();
     sheet->smartCancel();
 
-    QListView* list = window->sourceController()->listView();
-    const int row = window->sourceController()->model()->rowOfVault(vault->valueForKey(u"vault_uniqueID").toString());
-    Q_EMIT list->doubleClicked(window->sourceController()->model()->index(row));
+    const int row = model->rowOfVault(vault->valueForKey(u"vault_uniqueID").toString());
+    Q_EMIT list->doubleClicked(model->index(row));
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(sheet->vault(), vault);
     sheet->smartCancel();

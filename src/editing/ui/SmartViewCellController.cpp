@@ -16,6 +16,8 @@
 #include <QSignalBlocker>
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace qf {
 
 namespace {
@@ -59,6 +61,15 @@ SmartViewCellController::SmartViewCellController(Quillfen_AppDelegate& delegate,
       m_remove(new QToolButton(this))
 {
     fillTitles(*m_field, SmartRule::fields());
+    // The operator pop-up keeps one width for every field, so that the value
+    // widgets of all rows line up.
+    int longest = 0;
+    for (const QString& field : SmartRule::fields()) {
+        for (const QString& operand : SmartRule::operands(field))
+            longest = std::max<int>(longest, tr(qPrintable(operand)).size());
+    }
+    m_operand->setMinimumContentsLength(longest);
+    m_operand->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     fillAccountPopup(*m_account, AccountSelector(delegate.fetchVaultObjectsWithType(VaultType::Account)));
     const QStringList types = SmartRule::typeValues();
     for (int i = 0; i < types.size(); ++i) {
