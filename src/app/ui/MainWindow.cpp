@@ -7,6 +7,7 @@
 #include "app/ui/PreferencesController.h"
 #include "app/ui/RecoveryQuestion.h"
 #include "editing/ui/AccountTransferController.h"
+#include "editing/ui/SmartRulesEditorController.h"
 #include "editing/ui/TransEditController.h"
 #include "editing/ui/TransMultiEditController.h"
 #include "exchange/ui/CSVExportPanel.h"
@@ -68,6 +69,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
 
     buildMenus();
     connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
+    connect(m_source, &SourceController::smartFolderEditRequested, this, &MainWindow::editSmartFolderRules);
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
     connect(m_account, &AccountController::statementDownloaded, this, [this](const QString& path, ManagedObject* account) {
@@ -125,6 +127,7 @@ void MainWindow::buildMenus()
     });
     edit->addSeparator();
     m_removeVault = edit->addAction(tr("Remove Item from Sidebar…"), this, [this] { m_source->removeVault(); });
+    m_editRules = edit->addAction(tr("Edit Rules…"), this, [this] { editSmartFolderRules(m_source->selectedVaultObject()); });
     edit->addSeparator();
     QAction* preferences = edit->addAction(tr("Preferences…"), this, &MainWindow::openPreferences);
     preferences->setShortcuts({QKeySequence(QKeySequence::Preferences), QKeySequence(Qt::CTRL | Qt::Key_Comma)});
@@ -214,6 +217,7 @@ void MainWindow::updateCommands()
     m_undo->setEnabled(undo.canUndo());
     m_redo->setEnabled(undo.canRedo());
     m_removeVault->setEnabled(SourceListRows::canRemove(m_source->selectedVaultType()));
+    m_editRules->setEnabled(m_source->selectedVaultType() == VaultType::SmartPlaylist);
     const bool anySelected = m_views->currentWidget() == m_library && m_library->selectedTransaction();
     m_editTransaction->setEnabled(anySelected);
 }
@@ -287,6 +291,22 @@ TransMultiEditController* MainWindow::editTransactions(const std::vector<Managed
     if (!m_multiEdit)
         m_multiEdit = new TransMultiEditController(m_delegate, m_library, this);
     return m_multiEdit->editTransObjects(records) ? m_multiEdit : nullptr;
+}
+
+SmartRulesEditorController* MainWindow::editSmartFolderRules(ManagedObject* vault)
+{
+    if (!vault || vault->valueForKey(u"vault_type").toString() != VaultType::SmartPlaylist)
+        return nullptr;
+    if (!m_smartRules) {
+        m_smartRules = new SmartRulesEditorController(m_delegate, this);
+        // The name may have changed, and the rules select anew.
+        connect(m_smartRules, &SmartRulesEditorController::smartFolderEditingDone, this, [this](ManagedObject* edited) {
+            m_source->refreshSourceTable();
+            m_source->selectControllerWithID(edited->valueForKey(u"vault_uniqueID").toString());
+        });
+    }
+    m_smartRules->loadEditSmartPanelWithVaultObject(*vault);
+    return m_smartRules;
 }
 
 AccountTransferController* MainWindow::openTransfer()

@@ -20,6 +20,7 @@ class PrintingController;
 class OFXController;
 class QIFController;
 class Quillfen_AppDelegate;
+class SmartRulesEditorController;
 class SourceController;
 class TransEditController;
 class TransMultiEditController;
@@ -50,6 +51,10 @@ public:
     // The transfer sheet, opened with the vault the list shows (none when
     // another view is shown). Made on first use and kept.
     AccountTransferController* openTransfer();
+
+    // The rule sheet opened on a smart folder; null, and nothing opened, for
+    // another vault. Made on first use and kept.
+    SmartRulesEditorController* editSmartFolderRules(ManagedObject* vault);
 
     // First fill after launching, and again after a search-index file was opened.
     void setupSourceList();
@@ -89,11 +94,13 @@ private:
     QAction* m_iconSize = nullptr;
     QAction* m_lockDatabase = nullptr;
     QAction* m_editTransaction = nullptr;
+    QAction* m_editRules = nullptr;
     LockPanelController* m_lockPanel = nullptr;
     PreferencesController* m_preferences = nullptr;
     TransEditController* m_transEdit = nullptr;
     PrintingController* m_printing = nullptr;
     TransMultiEditController* m_multiEdit = nullptr;
+    SmartRulesEditorController* m_smartRules = nullptr;
     AccountTransferController* m_transfer = nullptr;
     QIFController* m_qif = nullptr;
     OFXController* m_ofx = nullptr;

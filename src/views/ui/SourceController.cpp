@@ -82,6 +82,11 @@ SourceController::SourceController(Quillfen_AppDelegate& delegate, QWidget* pare
         if (ManagedObject* vault = m_model->vaultAt(index.row()))
             Q_EMIT vaultSelected(vault);
     });
+    connect(m_list, &QListView::doubleClicked, this, [this](const QModelIndex& index) {
+        ManagedObject* vault = m_model->vaultAt(index.row());
+        if (vault && vault->valueForKey(u"vault_type").toString() == VaultType::SmartPlaylist)
+            Q_EMIT smartFolderEditRequested(vault);
+    });
     connect(m_model, &SourceListModel::transactionsDropped, this, &SourceController::transactionsDropped);
     connect(&UserDefaults::standard(), &UserDefaults::defaultsChanged, this, [this](const QString& key) {
         if (key == DefaultsKey::SourceSize)
@@ -154,9 +159,12 @@ void SourceController::newVault(const QString& vaultType)
     sheet.showForType(vaultType);
     if (sheet.exec() != QDialog::Accepted || !sheet.createdVault())
         return;
-    const QString id = sheet.createdVault()->valueForKey(u"vault_uniqueID").toString();
+    ManagedObject* created = sheet.createdVault();
+    const QString id = created->valueForKey(u"vault_uniqueID").toString();
     refreshSourceTable();
     selectControllerWithID(id);
+    if (created->valueForKey(u"vault_type").toString() == VaultType::SmartPlaylist)
+        Q_EMIT smartFolderEditRequested(created);
 }
 
 void SourceController::removeVault()

@@ -28,7 +28,8 @@ public:
     QString selectedVaultID() const;
     bool selectControllerWithID(const QString& vaultID);
 
-    // Commands: the add sheet on a tab, removal of the selected vault, the
+    // Commands: the add sheet on a tab (a new smart folder goes on to its
+    // rules), removal of the selected vault, the
     // icon size.
     void newVault(const QString& vaultType);
     void removeVault();
@@ -45,6 +46,9 @@ public:
 
 Q_SIGNALS:
     void vaultSelected(qf::ManagedObject* vault);
+    // A smart folder's rules are to be edited: it was just added, or its row
+    // was double-clicked.
+    void smartFolderEditRequested(qf::ManagedObject* vault);
     void transactionsDropped();
 
 private:
