@@ -14,6 +14,7 @@
 #include "planning/Recurrence.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
+#include "views/SmartViewQuery.h"
 #include "views/SourceListRows.h"
 #include "views/TransactionQuery.h"
 #include "views/TransactionIndexes.h"
@@ -59,6 +60,9 @@ QString LedgerCli::usage()
         "  delete ID...                 delete records\n"
         "  list [selection] [--json]    transactions: id, date, title, amount, status, tags\n"
         "  balance [selection]          count, total, incoming, outgoing\n"
+        "  smart-view VAULT [--view-by List|Icon] [--direction all|incoming|outgoing] [--search TEXT] [--json]\n"
+        "                               a smart folder's own view, its choices kept on the vault; the\n"
+        "                               search ignores the direction; \"Blank\" when nothing is listed\n"
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
         "  export-csv FILE [selection]  the selection as CSV (UTF-16), title, date and amount\n"
         "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
@@ -104,6 +108,8 @@ int LedgerCli::run(const CommandLine& line)
         return editSmart(line);
     if (command == QLatin1String("show"))
         return show(line);
+    if (command == QLatin1String("smart-view"))
+        return smartView(line);
     if (command == QLatin1String("delete"))
         return remove(line);
     if (command == QLatin1String("list"))
@@ -560,12 +566,18 @@ int LedgerCli::list(const CommandLine& line)
     std::vector<ManagedObject*> shown;
     if (int code = select(line, &shown); code != Success)
         return code;
-    if (line.has(QStringLiteral("json"))) {
+    printTransactions(shown, line.has(QStringLiteral("json")));
+    return Success;
+}
+
+void LedgerCli::printTransactions(const std::vector<ManagedObject*>& shown, bool json)
+{
+    if (json) {
         m_out << '[';
         for (std::size_t i = 0; i < shown.size(); ++i)
             m_out << (i ? ",\n" : "\n") << recordJson(*shown[i]);
         m_out << (shown.empty() ? "]" : "\n]") << Qt::endl;
-        return Success;
+        return;
     }
     for (ManagedObject* t : shown) {
         const Value date = t->valueForKey(u"trans_date");
@@ -577,6 +589,47 @@ int LedgerCli::list(const CommandLine& line)
               << '\n';
     }
     m_out.flush();
+}
+
+int LedgerCli::smartView(const CommandLine& line)
+{
+    if (QStringList unknown = line.unknownOptions({QStringLiteral("view-by"), QStringLiteral("direction"),
+                                                   QStringLiteral("search"), QStringLiteral("json")});
+        !unknown.isEmpty())
+        return fail(BadUsage, QStringLiteral("smart-view does not take %1").arg(unknown.join(QStringLiteral(", "))));
+    if (line.positional().size() != 1)
+        return fail(BadUsage, QStringLiteral("usage: smart-view VAULT [--view-by List|Icon] "
+                                             "[--direction all|incoming|outgoing] [--search TEXT] [--json]"));
+    ManagedObject* vault = vaultNamed(line.positional().first(), VaultType::SmartPlaylist);
+    if (!vault)
+        return fail(Failure, QStringLiteral("no smart folder \"%1\"").arg(line.positional().first()));
+    // The view's choices are the vault's, kept for its next showing.
+    if (line.has(QStringLiteral("view-by"))) {
+        const QString viewBy = line.value(QStringLiteral("view-by")).toLower();
+        if (viewBy != QLatin1String("list") && viewBy != QLatin1String("icon"))
+            return fail(BadUsage, QStringLiteral("--view-by must be List or Icon"));
+        vault->setValueForKey(u"vault_viewBy", Value(viewBy == QLatin1String("list") ? "ListView" : "IconView"));
+    }
+    if (line.has(QStringLiteral("direction"))) {
+        const QString direction = line.value(QStringLiteral("direction")).toLower();
+        const char* filter = direction == QLatin1String("all")        ? "FilterAll"
+                             : direction == QLatin1String("incoming") ? "FilterIncoming"
+                             : direction == QLatin1String("outgoing") ? "FilterOutgoing"
+                                                                      : nullptr;
+        if (!filter)
+            return fail(BadUsage, QStringLiteral("--direction must be all, incoming or outgoing"));
+        vault->setValueForKey(u"vault_directionFilter", Value(filter));
+    }
+    const std::vector<ManagedObject*> shown =
+        SmartViewQuery::transactions(*m_delegate.managedObjectContext(), *vault, line.value(QStringLiteral("search")));
+    if (vault->valueForKey(u"vault_viewBy").toString() != QLatin1String("ListView"))
+        SmartViewQuery::giveIdentifiers(shown, m_delegate);
+    // The window's details pane for an empty result.
+    if (shown.empty() && !line.has(QStringLiteral("json"))) {
+        m_out << "Blank" << Qt::endl;
+        return Success;
+    }
+    printTransactions(shown, line.has(QStringLiteral("json")));
     return Success;
 }
 

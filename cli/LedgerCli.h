@@ -36,6 +36,9 @@ private:
     int set(const CommandLine& line);
     int editSmart(const CommandLine& line);
     int show(const CommandLine& line);
+    int smartView(const CommandLine& line);
+    // Rows as `list` prints them: tab-separated lines, or a JSON array.
+    void printTransactions(const std::vector<ManagedObject*>& shown, bool json);
     // Reads --condition and every --rule; an exit code on a bad one.
     int smartRuleOptions(const CommandLine& line, const QString& defaultCondition, std::vector<SmartRule>* rules,
                          QString* condition);

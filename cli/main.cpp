@@ -50,7 +50,7 @@ int main(int argc, char** argv)
     // held back until the save has put the change on disk.
     static const QStringList kChangingCommands{QStringLiteral("add-vault"),  QStringLiteral("add"),
                                                QStringLiteral("set"),        QStringLiteral("delete"),
-                                               QStringLiteral("edit-smart"),
+                                               QStringLiteral("edit-smart"), QStringLiteral("smart-view"),
                                                QStringLiteral("import-qif"), QStringLiteral("import-ofx")};
     const bool changesLedger = kChangingCommands.contains(commandLine.command());
     QString held;

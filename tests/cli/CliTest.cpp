@@ -182,3 +182,25 @@ TEST_F(Cli, SmartFoldersFromRules)
     }
     EXPECT_FALSE(run({"vaults"}).out.contains(QStringLiteral("\tBad")));
 }
+
+TEST_F(Cli, SmartViewKeepsItsChoicesAndItsSearchIgnoresTheDirection)
+{
+    add({"--title", "Coffee Bean", "--amount", "4", "--type", "Outgoing"});
+    add({"--title", "Coffee refund", "--amount", "4", "--type", "Incoming"});
+    add({"--title", "Rent", "--amount", "800", "--type", "Outgoing"});
+    run({"add-vault", "--type", "Smart Playlist", "--title", "Coffee", "--rule", "Title|Contains|coffee"});
+    auto titles = [&](const QStringList& options) {
+        const CliRun r = run(QStringList{"smart-view", "Coffee"} + options);
+        EXPECT_EQ(r.exitCode, 0) << qPrintable(r.err);
+        QStringList found;
+        for (const QString& line : r.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+            found << line.section(QLatin1Char('\t'), 2, 2, QString::SectionIncludeTrailingSep).section('\t', 0, 0);
+        return found.join(QLatin1Char(','));
+    };
+    EXPECT_EQ(titles({"--direction", "incoming"}), "Coffee refund");
+    EXPECT_EQ(titles({}), "Coffee refund"); // the direction was kept on the folder
+    EXPECT_EQ(titles({"--search", "bean"}), "Coffee Bean"); // outgoing, found all the same
+    EXPECT_EQ(run({"smart-view", "Coffee", "--search", "rent"}).out.trimmed(), "Blank");
+    EXPECT_EQ(run({"smart-view", "Coffee", "--direction", "sideways"}).exitCode, 2);
+    EXPECT_EQ(run({"smart-view", "Rent"}).exitCode, 1);
+}
