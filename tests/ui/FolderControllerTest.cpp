@@ -122,14 +122,15 @@ TEST_F(FolderControllerTest, RenameStoresTheNameAndTheSharingBox)
     EXPECT_TRUE(trip->valueForKey(u"vault_shouldPublish").toBool());
 }
 
-TEST_F(FolderControllerTest, SmartFolderSharesButIsNotRenamedHereAndPanesOfOtherKindsClose)
+TEST_F(FolderControllerTest, SmartFolderSharesAndEditsItsRulesInsteadOfARenameAndPanesOfOtherKindsClose)
 {
     FolderController* pane = select(coffee);
     ASSERT_NE(pane, nullptr);
     EXPECT_NE(dynamic_cast<SmartFolderController*>(pane), nullptr);
     EXPECT_EQ(shownTitles(), QStringList{QStringLiteral("Coffee")});
     EXPECT_TRUE(window->libraryController()->addDefaults().empty());
-    EXPECT_TRUE(button(pane, "editFolder")->isHidden());
+    // Its name is edited with its rules, in the rules sheet.
+    EXPECT_EQ(button(pane, "editFolder")->text(), QStringLiteral("Edit Rules…"));
     button(pane, "shareButton")->click();
     EXPECT_TRUE(coffee->valueForKey(u"vault_shouldPublish").toBool());
 

@@ -325,6 +325,19 @@ TEST_F(SmartRulesEditorControllerTest, NewSmartFolderAndDoubleClickOpenTheSheet)
     EXPECT_TRUE(sheet->isVisible());
     EXPECT_EQ(sheet->vault(), vault);
     sheet->smartCancel();
+
+    // The folder's own pane offers the same, in place of a rename.
+    window->sourceController()->selectControllerWithID(vault->valueForKey(u"vault_uniqueID").toString());
+    QPushButton* paneButton = nullptr;
+    for (QPushButton* button : window->findChildren<QPushButton*>(QStringLiteral("editFolder"))) {
+        if (button->isVisibleTo(window.get()) && button->text() == QStringLiteral("Edit Rules…"))
+            paneButton = button;
+    }
+    ASSERT_NE(paneButton, nullptr);
+    QTest::mouseClick(paneButton, Qt::LeftButton);
+    EXPECT_TRUE(sheet->isVisible());
+    EXPECT_EQ(sheet->vault(), vault);
+    sheet->smartCancel();
 }
 
 } // namespace

@@ -70,6 +70,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     buildMenus();
     connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
     connect(m_source, &SourceController::smartFolderEditRequested, this, &MainWindow::editSmartFolderRules);
+    connect(m_smartFolder, &FolderController::editRulesRequested, this, &MainWindow::editSmartFolderRules);
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
     connect(m_account, &AccountController::statementDownloaded, this, [this](const QString& path, ManagedObject* account) {

@@ -58,7 +58,13 @@ QWidget* FolderController::buildInfoPage()
     connect(m_shareButton, &QPushButton::clicked, this, &FolderController::shareThisFolder);
     m_editButton = new QPushButton(quillfenIcon(QStringLiteral("edit")), tr("Rename…"), page);
     m_editButton->setObjectName(QStringLiteral("editFolder"));
-    connect(m_editButton, &QPushButton::clicked, this, &FolderController::editFolderName);
+    // A smart folder's name and rules are both edited in its rules sheet.
+    connect(m_editButton, &QPushButton::clicked, this, [this] {
+        if (canRename())
+            editFolderName();
+        else if (m_vault)
+            Q_EMIT editRulesRequested(m_vault);
+    });
     m_shared = infopane::valueLabel(page, "sharingLabel");
 
     auto* title = new QVBoxLayout;
@@ -160,7 +166,7 @@ void FolderController::refreshInfoPanel()
     m_title->setText(m_vault->valueForKey(u"vault_title").toString());
     m_shared->setText(shared ? tr("Yes") : tr("No"));
     m_shareButton->setText(shareTitle(shared));
-    m_editButton->setVisible(canRename());
+    m_editButton->setText(canRename() ? tr("Rename…") : tr("Edit Rules…"));
 }
 
 void FolderController::editFolderName()

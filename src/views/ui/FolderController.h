@@ -53,6 +53,10 @@ public:
 
     void refreshInfoPanel();
 
+Q_SIGNALS:
+    // The pane's edit button on a folder that cannot be renamed here.
+    void editRulesRequested(qf::ManagedObject* vault);
+
 protected:
     // What differs for a smart folder, whose members are chosen by rules.
     virtual ValueDictionary addDefaults() const;
