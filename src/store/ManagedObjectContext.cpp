@@ -157,6 +157,20 @@ struct ManagedObjectContext::Private {
         return nullptr;
     }
 
+    // The relationships of any entity that point at records of this one.
+    std::vector<std::pair<EntityTable*, int>> linksTo(const EntityDescription& entity) const
+    {
+        std::vector<std::pair<EntityTable*, int>> links;
+        for (const auto& t : tables) {
+            const auto& relationships = t->entity->relationships();
+            for (std::size_t r = 0; r < relationships.size(); ++r) {
+                if (relationships[r].destinationEntity == entity.name())
+                    links.emplace_back(t.get(), static_cast<int>(r));
+            }
+        }
+        return links;
+    }
+
     EntityTable& tableFor(const EntityDescription& entity)
     {
         if (EntityTable* t = table(entity))
@@ -319,16 +333,10 @@ void ManagedObjectContext::deleteObject(ManagedObject* object)
         return;
     // Nothing may keep pointing at a deleted record: relationships to it are
     // cut, as undoable steps of the same group.
-    const QString& entityName = object->entity().name();
-    for (const auto& t : d->tables) {
-        const auto& relationships = t->entity->relationships();
-        for (std::size_t r = 0; r < relationships.size(); ++r) {
-            if (relationships[r].destinationEntity != entityName)
-                continue;
-            for (ManagedObject* holder : objects(*t->entity)) {
-                if (holder->m_state)
-                    holder->removeRelatedObject(static_cast<int>(r), object);
-            }
+    for (const auto& [table, r] : d->linksTo(object->entity())) {
+        for (ManagedObject* holder : objects(*table->entity)) {
+            if (holder->m_state)
+                holder->removeRelatedObject(r, object);
         }
     }
     objectWillChange(object);
@@ -716,21 +724,16 @@ void ManagedObjectContext::forgetDeletedElsewhere(ManagedObject* object)
         std::erase(d->changed, object);
     }
     // The file lost its links to the record with it; so do the records here.
-    const QString& entityName = object->entity().name();
-    for (const auto& t : d->tables) {
-        const auto& relationships = t->entity->relationships();
-        for (std::size_t r = 0; r < relationships.size(); ++r) {
-            if (relationships[r].destinationEntity != entityName)
+    for (const auto& [table, r] : d->linksTo(object->entity())) {
+        const auto index = static_cast<std::size_t>(r);
+        for (const auto& holder : table->members) {
+            ManagedObject::State* held = holder->m_state.get();
+            if (!held)
                 continue;
-            for (const auto& holder : t->members) {
-                ManagedObject::State* held = holder->m_state.get();
-                if (!held)
-                    continue;
-                if (r < held->relationships.size())
-                    std::erase(held->relationships[r], object);
-                if (held->committedRelationships && r < held->committedRelationships->size())
-                    std::erase((*held->committedRelationships)[r], object);
-            }
+            if (index < held->relationships.size())
+                std::erase(held->relationships[index], object);
+            if (held->committedRelationships && index < held->committedRelationships->size())
+                std::erase((*held->committedRelationships)[index], object);
         }
     }
 }
