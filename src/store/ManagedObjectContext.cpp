@@ -44,7 +44,11 @@ struct EntityTable {
     void addInOrder(std::unique_ptr<ManagedObject> object)
     {
         if (!keysAscending || members.empty() || members.back()->primaryKey() < object->primaryKey()) {
+            // At the end, as usual: the live list takes it without a rebuild.
+            ManagedObject* added = object.get();
             add(std::move(object));
+            if (!liveStale)
+                live.push_back(added);
             return;
         }
         if (byKeyBuilt)
@@ -622,7 +626,6 @@ void ManagedObjectContext::applyStoreChanges(StoreChanges& changes)
             announceChange(object);
             object->state().present = true;
             t.addInOrder(std::move(made));
-            t.liveStale = true;
             links.push_back({object, std::move(raw.relationships)});
             continue;
         }
