@@ -63,6 +63,11 @@ QString LedgerCli::usage()
         "  smart-view VAULT [--view-by List|Icon] [--direction all|incoming|outgoing] [--search TEXT] [--json]\n"
         "                               a smart folder's own view, its choices kept on the vault; the\n"
         "                               search ignores the direction; \"Blank\" when nothing is listed\n"
+        "  budget-edit VAULT [--title NAME] --line \"DIRECTION|TAGS|LIMIT|INTERVAL\"...\n"
+        "                               replace a budget's lines, e.g. \"Outgoing|food, home|100|Weekly\"\n"
+        "  budget VAULT [--period \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"] [--json]\n"
+        "                               each line: direction, tags, interval, limit, adjusted limit, actual;\n"
+        "                               then the budgeted and actual savings\n"
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
         "  export-csv FILE [selection]  the selection as CSV (UTF-16), title, date and amount\n"
         "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
@@ -110,6 +115,10 @@ int LedgerCli::run(const CommandLine& line)
         return show(line);
     if (command == QLatin1String("smart-view"))
         return smartView(line);
+    if (command == QLatin1String("budget-edit"))
+        return budgetEdit(line);
+    if (command == QLatin1String("budget"))
+        return budget(line);
     if (command == QLatin1String("delete"))
         return remove(line);
     if (command == QLatin1String("list"))

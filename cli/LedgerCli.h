@@ -26,6 +26,9 @@ public:
     LedgerCli(Quillfen_AppDelegate& delegate, QTextStream& out, QTextStream& err);
 
     int run(const CommandLine& line);
+    // A command that failed part way may have stored what the screen would
+    // have kept at that point; then the ledger is saved all the same.
+    bool keepsChangesOnFailure() const { return m_keepChangesOnFailure; }
     static QString usage();
 
 private:
@@ -49,6 +52,9 @@ private:
     // In ExchangeCommands.cpp.
     int exportCsv(const CommandLine& line);
     int report(const CommandLine& line);
+    // In BudgetCommands.cpp.
+    int budgetEdit(const CommandLine& line);
+    int budget(const CommandLine& line);
 
     // The transactions a selection shows, or an exit code on bad options.
     int select(const CommandLine& line, std::vector<ManagedObject*>* shown);
@@ -60,6 +66,7 @@ private:
     Quillfen_AppDelegate& m_delegate;
     QTextStream& m_out;
     QTextStream& m_err;
+    bool m_keepChangesOnFailure = false;
 };
 
 } // namespace qf::cli

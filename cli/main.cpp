@@ -51,7 +51,8 @@ int main(int argc, char** argv)
     static const QStringList kChangingCommands{QStringLiteral("add-vault"),  QStringLiteral("add"),
                                                QStringLiteral("set"),        QStringLiteral("delete"),
                                                QStringLiteral("edit-smart"), QStringLiteral("smart-view"),
-                                               QStringLiteral("import-qif"), QStringLiteral("import-ofx")};
+                                               QStringLiteral("import-qif"), QStringLiteral("import-ofx"),
+                                               QStringLiteral("budget-edit"), QStringLiteral("budget")};
     const bool changesLedger = kChangingCommands.contains(commandLine.command());
     QString held;
     QTextStream heldOut(&held);
@@ -67,7 +68,7 @@ int main(int argc, char** argv)
     }
 
     const int code = ledger.run(commandLine);
-    if (code != cli::Success || commandLine.command() == QLatin1String("predicate"))
+    if ((code != cli::Success && !ledger.keepsChangesOnFailure()) || commandLine.command() == QLatin1String("predicate"))
         return code; // a failed command writes nothing
 
     if (delegate.applicationShouldTerminate() != Quillfen_AppDelegate::TerminateReply::Now) {
@@ -79,5 +80,5 @@ int main(int argc, char** argv)
     out << held;
     out.flush();
     delegate.applicationWillTerminate();
-    return cli::Success;
+    return code;
 }

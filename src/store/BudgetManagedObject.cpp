@@ -112,29 +112,41 @@ float BudgetManagedObject::limitAmountAdjusted() const
     return limit;
 }
 
-float BudgetManagedObject::actualAmount() const
+std::optional<BudgetManagedObject::MatchFilter> BudgetManagedObject::matchFilter() const
 {
-    if (!m_environment || primitiveValue(keys().vaultID).string().isEmpty())
-        return 0.0f;
+    if (!m_environment)
+        return std::nullopt;
     const auto bounds = m_environment->periodBounds(reportingPeriod());
     if (!bounds) {
         qWarning("Date Filter Predicate NULL");
-        return 0.0f;
+        return std::nullopt;
     }
-    QString format = QStringLiteral("trans_date >= %@ AND trans_date <= %@");
-    ValueArray arguments{Value::date(bounds->first), Value::date(bounds->second)};
+    MatchFilter filter{QStringLiteral("trans_date >= %@ AND trans_date <= %@"),
+                       {Value::date(bounds->first), Value::date(bounds->second)}};
     int tagCount = 0;
     for (const QString& tag : primitiveValue(keys().tags).toString().split(QStringLiteral(", "))) {
         if (tag.isEmpty())
             continue;
-        format += QStringLiteral(" AND trans_keywords contains[cd] %@");
-        arguments.push_back(Value(tag));
+        filter.format += QStringLiteral(" AND trans_keywords contains[cd] %@");
+        filter.arguments.push_back(Value(tag));
         ++tagCount;
     }
     if (tagCount == 0) {
         qWarning("Tag Predicate NULL");
-        return 0.0f;
+        return std::nullopt;
     }
+    return filter;
+}
+
+float BudgetManagedObject::actualAmount() const
+{
+    if (!m_environment || primitiveValue(keys().vaultID).string().isEmpty())
+        return 0.0f;
+    const std::optional<MatchFilter> filter = matchFilter();
+    if (!filter)
+        return 0.0f;
+    const QString& format = filter->format;
+    const ValueArray& arguments = filter->arguments;
 
     const Value direction = primitiveValue(keys().direction);
     double sum = 0;

@@ -2,6 +2,8 @@
 
 #include "store/ManagedObject.h"
 
+#include <optional>
+
 namespace qf {
 
 class RecordEnvironment;
@@ -19,6 +21,15 @@ public:
 
     float limitAmountAdjusted() const;
     float actualAmount() const;
+
+    // What the actual amount sums before the direction is checked: the
+    // budget's period AND every tag. None, and the reason logged, when the
+    // period has no bounds or the line no tags.
+    struct MatchFilter {
+        QString format;
+        ValueArray arguments;
+    };
+    std::optional<MatchFilter> matchFilter() const;
 
     // The day of the month reached one calendar month after the given time
     // (local time), a day the next month lacks carried into the month after.

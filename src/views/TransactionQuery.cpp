@@ -74,6 +74,7 @@ ListSettings ListSettings::ofVault(const ManagedObject& vault)
         settings.customFrom = from.toDate();
     if (!to.isNull())
         settings.customTo = to.toDate();
+    settings.searchIgnoresDirection = vault.valueForKey(u"vault_type").toString() == VaultType::SmartPlaylist;
     return settings;
 }
 
@@ -200,7 +201,9 @@ Predicate TransactionQuery::filterWithSearchString(const FilterPredicates& scope
                                                    const std::optional<std::pair<AbsoluteTime, AbsoluteTime>>& range,
                                                    const std::function<bool(const QString&)>& amountMayContain)
 {
-    const Predicate& direction = settings.directionFilter == QLatin1String("FilterIncoming")   ? scope.incoming
+    const bool anyDirection = settings.searchIgnoresDirection && !settings.searchText.isEmpty();
+    const Predicate& direction = anyDirection                                                  ? scope.all
+                                 : settings.directionFilter == QLatin1String("FilterIncoming") ? scope.incoming
                                  : settings.directionFilter == QLatin1String("FilterOutgoing") ? scope.outgoing
                                                                                                 : scope.all;
     const Predicate& status = settings.typeFilter == QLatin1String("FilterPaid")      ? scope.paid

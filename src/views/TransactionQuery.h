@@ -35,6 +35,9 @@ struct ListSettings {
     std::optional<AbsoluteTime> customTo;
     QString sort = QStringLiteral("Date");
     QString searchText;
+    // A smart folder's search looks through all of the folder's matches,
+    // whichever direction is chosen.
+    bool searchIgnoresDirection = false;
 
     static ListSettings ofVault(const ManagedObject& vault);
 };

@@ -15,6 +15,8 @@
 #include "exchange/StatementDownload.h"
 #include "exchange/ui/OFXController.h"
 #include "exchange/ui/QIFController.h"
+#include "planning/BudgetLines.h"
+#include "planning/ui/BudgetController2.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -22,6 +24,7 @@
 #include "views/ui/FolderController.h"
 #include "views/ui/IconLibrary.h"
 #include "views/ui/LibraryController.h"
+#include "views/ui/SmartController.h"
 #include "views/ui/SmartFolderController.h"
 #include "views/ui/SourceController.h"
 
@@ -46,7 +49,9 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
       m_library(new LibraryController(delegate, this)),
       m_account(new AccountController(delegate, *m_library, m_library)),
       m_folder(new FolderController(delegate, *m_library, m_library)),
-      m_smartFolder(new SmartFolderController(delegate, *m_library, m_library)), m_views(new QStackedWidget(this)),
+      m_smartFolder(new SmartFolderController(delegate, *m_library, m_library)),
+      m_smartView(new SmartController(delegate, *m_library, m_library)), m_budget(new BudgetController2(delegate, this)),
+      m_views(new QStackedWidget(this)),
       m_otherView(new QLabel(this)), m_status(new QLabel(this))
 {
     setWindowTitle(QStringLiteral("Quillfen"));
@@ -56,6 +61,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     m_views->addWidget(m_library);
     m_views->addWidget(m_otherView);
     m_views->addWidget(m_account->onlineView());
+    m_views->addWidget(m_budget);
 
     auto* splitter = new QSplitter(this);
     splitter->addWidget(m_source);
@@ -71,6 +77,12 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     connect(m_source, &SourceController::vaultSelected, this, &MainWindow::prepareMainViewWithVaultObject);
     connect(m_source, &SourceController::smartFolderEditRequested, this, &MainWindow::editSmartFolderRules);
     connect(m_smartFolder, &FolderController::editRulesRequested, this, &MainWindow::editSmartFolderRules);
+    connect(m_smartView, &SmartController::editRulesRequested, this, &MainWindow::editSmartFolderRules);
+    connect(m_budget, &BudgetController2::lineActivated, this, &MainWindow::showBudgetLineTransactions);
+    connect(m_library, &LibraryController::conditionLeft, this, [this] {
+        m_shownBudgetLine.clear();
+        prepareMainViewWithVaultObject(m_source->selectedVaultObject());
+    });
     connect(m_source, &SourceController::transactionsDropped, m_library, &LibraryController::refresh);
     connect(m_account, &AccountController::mainViewChanged, m_views, &QStackedWidget::setCurrentWidget);
     connect(m_account, &AccountController::statementDownloaded, this, [this](const QString& path, ManagedObject* account) {
@@ -180,13 +192,39 @@ void MainWindow::prepareMainViewWithVaultObject(ManagedObject* vault)
     if (!vault)
         return;
     const QString type = vault->valueForKey(u"vault_type").toString();
-    m_delegate.setSelectedVaultID(vault->valueForKey(u"vault_uniqueID").toString());
-    if (type == VaultType::Account) {
+    const QString vaultID = vault->valueForKey(u"vault_uniqueID").toString();
+    m_delegate.setSelectedVaultID(vaultID);
+    ManagedObject* budgetLine = nullptr;
+    if (!m_shownBudgetLine.isEmpty()) {
+        for (ManagedObject* line : m_delegate.managedObjectContext()->objects(ManagedObjectModel::shared().budget())) {
+            if (line->valueForKey(u"budget_uniqueID").toString() == m_shownBudgetLine
+                && line->valueForKey(u"budget_vaultID").toString() == vaultID)
+                budgetLine = line;
+        }
+        if (!budgetLine)
+            m_shownBudgetLine.clear();
+    }
+    if (type == VaultType::Budget && budgetLine) {
+        m_library->prepareWithVaultObject(vault);
+        const QString tags = budgetLine->valueForKey(u"budget_tags").toString();
+        const QString direction = budgetLine->valueForKey(u"budget_direction").toString();
+        m_library->setCondition(BudgetLines::transactionsPredicate(*budgetLine),
+                                tr("%1 transactions tagged “%2” in %3, as the budget “%4” counts them")
+                                    .arg(tr(qPrintable(direction)), tags,
+                                         tr(qPrintable(BudgetLines::period(*vault))).toLower(),
+                                         vault->valueForKey(u"vault_title").toString()),
+                                tr("Back to Budget"));
+        m_views->setCurrentWidget(m_library);
+    } else if (type == VaultType::Budget) {
+        m_views->setCurrentWidget(m_budget->prepareMainViewWithVaultObject(vault));
+        m_status->clear();
+    } else if (type == VaultType::Account) {
         m_views->setCurrentWidget(m_account->prepareMainViewWithVaultObject(vault));
     } else if (type == VaultType::Playlist) {
         m_views->setCurrentWidget(m_folder->prepareMainViewWithVaultObject(vault));
     } else if (type == VaultType::SmartPlaylist) {
         m_views->setCurrentWidget(m_smartFolder->prepareMainViewWithVaultObject(vault));
+        m_smartView->prepare(vault);
     } else if (type == VaultType::MasterVault || type == VaultType::BillManager || type == VaultType::Untagged) {
         m_library->prepareWithVaultObject(vault);
         m_views->setCurrentWidget(m_library);
@@ -196,6 +234,15 @@ void MainWindow::prepareMainViewWithVaultObject(ManagedObject* vault)
         m_status->clear();
     }
     updateCommands();
+}
+
+void MainWindow::showBudgetLineTransactions(ManagedObject* line)
+{
+    ManagedObject* budget = m_source->selectedVaultObject();
+    if (!line || !budget || line->valueForKey(u"budget_vaultID") != budget->valueForKey(u"vault_uniqueID"))
+        return;
+    m_shownBudgetLine = line->valueForKey(u"budget_uniqueID").toString();
+    prepareMainViewWithVaultObject(budget);
 }
 
 void MainWindow::storeChanged()
@@ -254,6 +301,8 @@ PreferencesController* MainWindow::openPreferences()
         connect(m_preferences, &PreferencesController::localePreferenceChanged, this, [this] {
             m_source->refreshSourceTable();
             m_library->refresh();
+            m_smartView->localePreferenceChanged();
+            m_budget->refresh();
         });
     }
     m_preferences->show();

@@ -11,6 +11,7 @@ namespace qf {
 
 class AccountController;
 class AccountTransferController;
+class BudgetController2;
 class FolderController;
 class LibraryController;
 class LockPanelController;
@@ -20,6 +21,7 @@ class PrintingController;
 class OFXController;
 class QIFController;
 class Quillfen_AppDelegate;
+class SmartController;
 class SmartRulesEditorController;
 class SourceController;
 class TransEditController;
@@ -36,6 +38,11 @@ public:
 
     SourceController* sourceController() const { return m_source; }
     LibraryController* libraryController() const { return m_library; }
+    SmartController* smartView() const { return m_smartView; }
+    BudgetController2* budgetController() const { return m_budget; }
+    // The transactions that make up a budget line's actual amount, in the
+    // transaction list, with the budget still selected.
+    void showBudgetLineTransactions(ManagedObject* line);
     LockPanelController* lockPanel() const { return m_lockPanel; }
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
@@ -85,6 +92,10 @@ private:
     AccountController* m_account;
     FolderController* m_folder;
     FolderController* m_smartFolder;
+    SmartController* m_smartView;
+    BudgetController2* m_budget;
+    // The budget line whose transactions the list shows for its budget.
+    QString m_shownBudgetLine;
     QStackedWidget* m_views;
     QLabel* m_otherView;
     QLabel* m_status;

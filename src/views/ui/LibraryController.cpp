@@ -14,6 +14,7 @@
 #include <QButtonGroup>
 #include <QDateTime>
 #include <QDesktopServices>
+#include <QFrame>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -167,7 +168,27 @@ LibraryController::LibraryController(Quillfen_AppDelegate& delegate, QWidget* pa
     m_presentation->addWidget(m_table);
     m_presentation->addWidget(m_icons);
 
+    m_conditionBar = new QFrame(this);
+    m_conditionBar->setObjectName(QStringLiteral("conditionBar"));
+    m_conditionBar->setFrameShape(QFrame::StyledPanel);
+    m_conditionText = new QLabel(m_conditionBar);
+    m_conditionText->setObjectName(QStringLiteral("conditionText"));
+    m_leaveCondition = new QToolButton(m_conditionBar);
+    m_leaveCondition->setObjectName(QStringLiteral("leaveCondition"));
+    connect(m_leaveCondition, &QToolButton::clicked, this, [this] {
+        m_condition = {};
+        m_conditionBar->hide();
+        m_query.extra = {};
+        Q_EMIT conditionLeft();
+    });
+    auto* conditionLayout = new QHBoxLayout(m_conditionBar);
+    conditionLayout->setContentsMargins(8, 4, 4, 4);
+    conditionLayout->addWidget(m_conditionText, 1);
+    conditionLayout->addWidget(m_leaveCondition);
+    m_conditionBar->hide();
+
     m_layout->setContentsMargins(6, 6, 6, 6);
+    m_layout->addWidget(m_conditionBar);
     m_layout->addLayout(bar);
     m_layout->addWidget(m_presentation, 1);
 
@@ -233,6 +254,11 @@ void LibraryController::fitFilterButtons()
 void LibraryController::prepareWithVaultObject(ManagedObject* vault, ValueDictionary addDefaults)
 {
     setInfoPane(nullptr);
+    setDetailsPane(nullptr);
+    if (vault != m_vault) {
+        m_condition = {};
+        m_conditionBar->hide();
+    }
     m_vault = vault;
     m_addDefaults = std::move(addDefaults);
     if (!vault)
@@ -240,6 +266,11 @@ void LibraryController::prepareWithVaultObject(ManagedObject* vault, ValueDictio
     setupViewBy();
     m_query = ListQuery::forVault(*vault, ListSettings::ofVault(*vault));
     m_query.settings.searchText = m_search->text();
+    m_query.extra = m_condition;
+    // A vault without a list of its own (a budget) shows the condition over
+    // every transaction, with the library's filters.
+    if (m_query.scope.all.isNull() && !m_condition.isNull())
+        m_query.scope = TransactionQuery::libraryPredicates();
     const AmountFormatter& amounts = m_delegate.amountFormatter();
     m_query.amountMayContain = [&amounts](const QString& text) { return amounts.mayContain(text); };
     m_delegate.setSelectedVaultID(vault->valueForKey(u"vault_uniqueID").toString());
@@ -257,6 +288,37 @@ void LibraryController::setInfoPane(QWidget* pane)
     m_infoPane = pane;
     if (pane) {
         m_layout->insertWidget(0, pane);
+        pane->show();
+    }
+}
+
+void LibraryController::setCondition(const Predicate& condition, const QString& description,
+                                     const QString& leaveTitle)
+{
+    m_condition = condition;
+    m_conditionText->setText(description);
+    m_leaveCondition->setText(leaveTitle);
+    m_conditionBar->setVisible(!condition.isNull());
+    if (m_vault)
+        prepareWithVaultObject(m_vault, m_addDefaults);
+}
+
+QString LibraryController::conditionDescription() const
+{
+    return m_condition.isNull() ? QString() : m_conditionText->text();
+}
+
+void LibraryController::setDetailsPane(QWidget* pane)
+{
+    if (pane == m_detailsPane)
+        return;
+    if (m_detailsPane) {
+        m_layout->removeWidget(m_detailsPane);
+        m_detailsPane->hide();
+    }
+    m_detailsPane = pane;
+    if (pane) {
+        m_layout->addWidget(pane);
         pane->show();
     }
 }
@@ -307,6 +369,7 @@ void LibraryController::setupViewBy()
         currentView()->scrollTo(current);
     if (hadFocus)
         currentView()->setFocus();
+    Q_EMIT presentationChanged();
 }
 
 bool LibraryController::eventFilter(QObject* watched, QEvent* event)

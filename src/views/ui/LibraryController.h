@@ -11,6 +11,8 @@
 class QAbstractItemView;
 class QButtonGroup;
 class QHBoxLayout;
+class QFrame;
+class QLabel;
 class QLineEdit;
 class QStackedWidget;
 class QTableView;
@@ -48,11 +50,25 @@ public:
     // The library becomes the pane's parent but never deletes it on removal.
     void setInfoPane(QWidget* pane);
     QWidget* infoPane() const { return m_infoPane; }
+    // A pane below the list about what it shows; null removes it, and each
+    // prepare removes it as it does the info pane.
+    void setDetailsPane(QWidget* pane);
+    QWidget* detailsPane() const { return m_detailsPane; }
+
+    // Another screen's condition on top of the list's own (a budget line's
+    // transactions), with a bar above the list that says what it is and a
+    // button that leaves it. Kept while the same vault is prepared again;
+    // gone when another vault is shown.
+    void setCondition(const Predicate& condition, const QString& description, const QString& leaveTitle);
+    bool hasCondition() const { return !m_condition.isNull(); }
+    QString conditionDescription() const;
 
     // The presentation, stored on the vault. Anything but "IconView" shows the table.
     void switchToListView();
     void switchToIconView();
     bool isShowingIcons() const;
+    // "FilterAll", "FilterIncoming" or "FilterOutgoing", stored on the vault.
+    void setDirectionFilter(const QString& filter);
     // The table or the cards, whichever is shown.
     QAbstractItemView* currentView() const;
 
@@ -83,12 +99,16 @@ public:
 Q_SIGNALS:
     void selectionChanged();
     void balancesChanged(const QString& line);
+    // The table or the cards came to be shown.
+    void presentationChanged();
     // Return or a double click on a transaction, in either presentation.
     void transactionActivated(qf::ManagedObject* transaction);
     // The list's Transfer button: money is to move between accounts.
     void transferRequested();
     // The list's "+" button: a new transaction with this list's defaults.
     void addRequested();
+    // The condition bar's button was pressed; the condition is gone.
+    void conditionLeft();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -97,7 +117,6 @@ protected:
 private:
     void setViewBy(const QString& viewBy);
     void setupViewBy();
-    void setDirectionFilter(const QString& filter);
     void setTypeFilter(const QString& filter);
     void displayDateRange(const QString& item);
     void sortTransBy(const QString& title);
@@ -111,6 +130,11 @@ private:
     ManagedObject* m_vault = nullptr;
     ValueDictionary m_addDefaults;
     QPointer<QWidget> m_infoPane;
+    QPointer<QWidget> m_detailsPane;
+    Predicate m_condition;
+    QFrame* m_conditionBar;
+    QLabel* m_conditionText;
+    QToolButton* m_leaveCondition;
     QVBoxLayout* m_layout;
     QHBoxLayout* m_bar;
     ListQuery m_query;
