@@ -69,6 +69,9 @@ ManagedObject* VaultLibrary::insertVault(ManagedObjectContext& context, const Re
     setVaultString(vault, u"vault_type", type);
     vault->setValue(vaultKey(u"vault_dateAdded"), Value::date(environment.now()));
     setFiltersToAll(vault);
+    // A smart folder's matches start as cards.
+    if (type == VaultType::SmartPlaylist)
+        setVaultString(vault, u"vault_viewBy", QStringLiteral("IconView"));
     return vault;
 }
 

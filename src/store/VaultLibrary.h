@@ -36,7 +36,7 @@ public:
     static void ensureFixedVaults(ManagedObjectContext& context, const RecordEnvironment& environment);
 
     // Inserts a vault as the add sheet makes one: a new identifier, now as
-    // date added, the type, both filters "FilterAll".
+    // date added, the type, both filters "FilterAll"; a smart folder shows cards.
     static ManagedObject* insertVault(ManagedObjectContext& context, const RecordEnvironment& environment,
                                       const QString& type, const QString& title);
 };

@@ -5,6 +5,7 @@
 #include "editing/ui/SmartViewCellController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
+#include "support/CliRun.h"
 #include "support/ModalAnswer.h"
 #include "support/TempLedger.h"
 #include "ui/WidgetTestSupport.h"
@@ -14,6 +15,8 @@
 #include <QComboBox>
 #include <QDateTimeEdit>
 #include <QDialogButtonBox>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLineEdit>
 #include <QListView>
 #include <QPushButton>
@@ -183,6 +186,18 @@ TEST_F(SmartRulesEditorControllerTest, AddingStoresOneRecordPerRowAndTheJoinedPr
                   .arg(checkingID));
     // OK saves the store.
     EXPECT_FALSE(context.hasChanges());
+
+    // The same rules from the command line make the same predicate.
+    const auto made = qf::test::runCli(
+        ledger.folder(), ledger.folder(),
+        {"add-vault", "--type", "Smart Playlist", "--title", "Scripted", "--condition", "Any", "--rule",
+         "Title|Contains|coffee", "--rule", "Amount|Between|-10|1250.50", "--rule", "Date|After|2026-03-01T09:30",
+         "--rule", "To|Is|Grocer", "--rule", "From|Is not|Bob", "--rule", "Tag|Contains|Food,Rent ,", "--rule",
+         "Note|Does not contain|memo", "--rule", "Account|Is|Checking", "--rule", "Type|Is not|Pending"});
+    ASSERT_EQ(made.exitCode, 0) << qPrintable(made.err);
+    const auto shown = qf::test::runCli(ledger.folder(), ledger.folder(), {"show", made.out.trimmed()});
+    EXPECT_EQ(QJsonDocument::fromJson(shown.out.toUtf8()).object().value("vault_smartPredicateString").toString(),
+              vault->valueForKey(u"vault_smartPredicateString").toString());
 }
 
 TEST_F(SmartRulesEditorControllerTest, ReopeningShowsTheRowsAndOKAgainKeepsTheSameRecords)

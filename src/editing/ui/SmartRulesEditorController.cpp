@@ -151,7 +151,6 @@ void SmartRulesEditorController::smartOK()
     ManagedObject* vault = m_vault;
     if (!vault) {
         vault = VaultLibrary::insertVault(context, m_delegate, VaultType::SmartPlaylist, name);
-        vault->setValueForKey(u"vault_viewBy", Value(QStringLiteral("IconView")));
     }
     vault->setValueForKey(u"vault_title", Value(name));
     std::vector<SmartRule> rules;

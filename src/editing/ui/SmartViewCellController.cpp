@@ -2,6 +2,7 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "common/AmountFormatter.h"
+#include "common/DateFormatter.h"
 #include "editing/AccountSelector.h"
 #include "editing/TagsController.h"
 #include "editing/TransactionRecords.h"
@@ -28,11 +29,16 @@ bool isTextField(const QString& field)
            field == QLatin1String("Note");
 }
 
-QDateTimeEdit* makeDatePicker(QWidget* parent)
+// Dates read as the ledger's other dates do: in its locale, not the system's.
+QDateTimeEdit* makeDatePicker(QWidget* parent, const Quillfen_AppDelegate& delegate)
 {
+    const QString localeID = delegate.shortDateFormatter().localeIdentifier();
+    const QLocale locale = localeID.isEmpty() ? QLocale() : QLocale(localeID);
     auto* picker = new QDateTimeEdit(parent);
+    picker->setLocale(locale);
     picker->setCalendarPopup(true);
-    picker->setDisplayFormat(QLocale().dateFormat(QLocale::ShortFormat) + QStringLiteral(" HH:mm"));
+    picker->setDisplayFormat(locale.dateFormat(QLocale::ShortFormat) + QLatin1Char(' ') +
+                             locale.timeFormat(QLocale::ShortFormat));
     return picker;
 }
 
@@ -56,7 +62,7 @@ void selectData(QComboBox& popup, const QString& data)
 SmartViewCellController::SmartViewCellController(Quillfen_AppDelegate& delegate, QWidget* parent)
     : QWidget(parent), m_delegate(delegate), m_field(new QComboBox(this)), m_operand(new QComboBox(this)),
       m_text(new QLineEdit(this)), m_amountFirst(new QLineEdit(this)), m_amountSecond(new QLineEdit(this)),
-      m_dateFirst(makeDatePicker(this)), m_dateSecond(makeDatePicker(this)), m_tags(new QLineEdit(this)),
+      m_dateFirst(makeDatePicker(this, delegate)), m_dateSecond(makeDatePicker(this, delegate)), m_tags(new QLineEdit(this)),
       m_account(new QComboBox(this)), m_type(new QComboBox(this)), m_add(new QToolButton(this)),
       m_remove(new QToolButton(this))
 {

@@ -39,8 +39,12 @@ BudgetEditCell::BudgetEditCell(Quillfen_AppDelegate& delegate, const BudgetLineD
 
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    // Room for the error marker beside the two fields that can be refused.
+    const int markerRoom = fontMetrics().height() + 8;
     layout->addWidget(m_tags, 1);
+    layout->addSpacing(markerRoom);
     layout->addWidget(m_limit);
+    layout->addSpacing(markerRoom);
     layout->addWidget(m_interval);
     layout->addWidget(m_remove);
     layout->addWidget(m_add);

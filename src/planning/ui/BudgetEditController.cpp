@@ -38,6 +38,11 @@ BudgetEditController::BudgetEditController(Quillfen_AppDelegate& delegate, QWidg
 
     auto* name = new QFormLayout;
     name->addRow(tr("Budget name:"), m_name);
+    auto* help = new QLabel(tr("A line adds up the transactions that carry all of its tags. "
+                               "Its limit is for each day, week, two weeks, month or year, as chosen."),
+                            this);
+    help->setWordWrap(true);
+    help->setEnabled(false);
 
     auto* lines = new QWidget(this);
     auto* linesLayout = new QVBoxLayout(lines);
@@ -56,6 +61,7 @@ BudgetEditController::BudgetEditController(Quillfen_AppDelegate& delegate, QWidg
 
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(name);
+    layout->addWidget(help);
     layout->addWidget(scroll, 1);
     layout->addLayout(buttons);
 }

@@ -144,8 +144,21 @@ void BudgetOverviewCell::paintEvent(QPaintEvent*)
     QFont bold = font();
     bold.setBold(true);
     painter.setFont(bold);
-    painter.drawText(QRect(left, kPadding, barWidth, line), Qt::AlignLeft | Qt::AlignVCenter,
-                     QFontMetrics(bold).elidedText(tagsText(), Qt::ElideRight, barWidth));
+    // The bar is full at the limit and beyond; the words say by how much.
+    const bool incoming = m_line.valueForKey(u"budget_direction").toString() == QLatin1String("Incoming");
+    const QString excess = m_delegate.amountFormatter().format(m_actual - m_limit);
+    const QString over = m_actual > m_limit && m_limit > 0
+                             ? (incoming ? tr("%1 more than budgeted").arg(excess) : tr("%1 over").arg(excess))
+                             : QString();
+    const int overWidth = over.isEmpty() ? 0 : metrics.horizontalAdvance(over) + kGap;
+    painter.drawText(QRect(left, kPadding, barWidth - overWidth, line), Qt::AlignLeft | Qt::AlignVCenter,
+                     QFontMetrics(bold).elidedText(tagsText(), Qt::ElideRight, barWidth - overWidth));
+    if (!over.isEmpty()) {
+        painter.setFont(font());
+        painter.setPen(palette().color(QPalette::PlaceholderText));
+        painter.drawText(QRect(left, kPadding, barWidth, line), Qt::AlignRight | Qt::AlignVCenter, over);
+        painter.setPen(palette().color(QPalette::Text));
+    }
     painter.drawPixmap(left, kPadding + line + (line - kBarHeight) / 2 + 2, bar(barWidth));
     painter.setPen(palette().color(QPalette::Midlight));
     painter.drawLine(0, height() - 1, width(), height() - 1);
