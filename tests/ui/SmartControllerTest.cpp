@@ -103,6 +103,8 @@ TEST_F(SmartControllerTest, AnEmptyResultShowsBlankAndASelectionShowsItsMatch)
 
 TEST_F(SmartControllerTest, CardsGiveTheirTransactionsAnIdentifierThatIsNoEditToUndo)
 {
+    EXPECT_EQ(folder->valueForKey(u"vault_viewBy").toString(), "IconView"); // a new folder shows cards
+    folder->setValueForKey(u"vault_viewBy", Value("ListView"));
     coffee->setValueForKey(u"trans_uniqueID", Value());
     rent->setValueForKey(u"trans_uniqueID", Value());
     ASSERT_TRUE(ledger.delegate().saveAction());
