@@ -3,6 +3,7 @@
 
 #include "store/ManagedObjectContext.h"
 #include "store/SqliteStore.h"
+#include "store/StoreSnapshot.h"
 
 #include "StoreTestSupport.h"
 
@@ -308,4 +309,51 @@ TEST(SharedStoreFile, CrashInTheMiddleOfACheckpointLosesNoRow)
     ASSERT_FALSE(refused.isOk());
     EXPECT_TRUE(refused.message().contains("damaged")) << refused.message().toStdString();
     EXPECT_EQ(readFile(lost), before);
+}
+
+TEST(StoreSnapshot, HoldsOneCommittedStateWhileAnotherWriterIsMidSave)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("Quillfen.1ccdb");
+    const QString copy = dir.filePath("out/Quillfen.1ccdb");
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("out")));
+    auto context = openContext(path);
+    ASSERT_TRUE(context);
+    for (int i = 0; i < 500; ++i)
+        addTrans(*context, QStringLiteral("T%1").arg(i), QStringLiteral("Transaction %1").arg(i));
+    ASSERT_TRUE(context->save());
+
+    // Another writer has begun and not committed: the copy has none of it.
+    sqlite3* writer = nullptr;
+    ASSERT_EQ(sqlite3_open(QFile::encodeName(path).constData(), &writer), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(writer, "BEGIN IMMEDIATE; DELETE FROM \"TransEntity\" WHERE pk % 2 = 0", nullptr, nullptr,
+                           nullptr),
+              SQLITE_OK);
+    const Status written = StoreSnapshot::write(path, copy);
+    ASSERT_TRUE(written.isOk()) << written.message().toStdString();
+    ASSERT_EQ(sqlite3_exec(writer, "COMMIT", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(writer);
+    EXPECT_FALSE(QFileInfo::exists(copy + "-wal"));
+    EXPECT_EQ(QDir(dir.filePath("out")).entryList(QDir::Files), QStringList{"Quillfen.1ccdb"});
+
+    auto counts = StoreSnapshot::check(copy);
+    ASSERT_TRUE(counts.isOk()) << counts.message().toStdString();
+    EXPECT_EQ((*counts)["TransEntity"], 500);
+    EXPECT_EQ((*StoreSnapshot::check(path))["TransEntity"], 250);
+    auto reopened = openContext(copy);
+    ASSERT_TRUE(reopened);
+    EXPECT_EQ(contents(*reopened), contents(*context));
+
+    // A copy cut short, another file, nothing: refused, each by name.
+    const QByteArray whole = readFile(copy);
+    ASSERT_TRUE(writeFile(dir.filePath("short.1ccdb"), whole.left(whole.size() / 2)));
+    ASSERT_TRUE(writeFile(dir.filePath("notes.1ccdb"), "not a database at all, just words\n"));
+    for (const char* bad : {"short.1ccdb", "notes.1ccdb", "missing.1ccdb"}) {
+        auto refused = StoreSnapshot::check(dir.filePath(bad));
+        ASSERT_FALSE(refused.isOk()) << bad;
+        EXPECT_TRUE(refused.message().contains(QString::fromLatin1(bad))) << refused.message().toStdString();
+    }
+    // A failed copy leaves nothing behind under either name.
+    EXPECT_FALSE(StoreSnapshot::write(dir.filePath("missing.1ccdb"), dir.filePath("out/none.1ccdb")).isOk());
+    EXPECT_TRUE(QDir(dir.filePath("out")).entryList({"none*"}, QDir::Files).isEmpty());
 }
