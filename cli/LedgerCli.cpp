@@ -68,6 +68,9 @@ QString LedgerCli::usage()
         "  budget VAULT [--period \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"] [--json]\n"
         "                               each line: direction, tags, interval, limit, adjusted limit, actual;\n"
         "                               then the budgeted and actual savings\n"
+        "  export-database PATH         the data folder as a .quillfenbackup package; prints its path\n"
+        "  import-database PATH --yes   the package in place of the data folder (the old one to the Trash)\n"
+        "  reindex                      every transaction's search record written afresh; prints how many\n"
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
         "  export-csv FILE [selection]  the selection as CSV (UTF-16), title, date and amount\n"
         "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
@@ -119,6 +122,12 @@ int LedgerCli::run(const CommandLine& line)
         return budgetEdit(line);
     if (command == QLatin1String("budget"))
         return budget(line);
+    if (command == QLatin1String("export-database"))
+        return exportDatabase(line);
+    if (command == QLatin1String("import-database"))
+        return importDatabase(line);
+    if (command == QLatin1String("reindex"))
+        return reindex(line);
     if (command == QLatin1String("delete"))
         return remove(line);
     if (command == QLatin1String("list"))

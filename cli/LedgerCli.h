@@ -55,6 +55,10 @@ private:
     // In BudgetCommands.cpp.
     int budgetEdit(const CommandLine& line);
     int budget(const CommandLine& line);
+    // In DatabaseCommands.cpp.
+    int exportDatabase(const CommandLine& line);
+    int importDatabase(const CommandLine& line);
+    int reindex(const CommandLine& line);
 
     // The transactions a selection shows, or an exit code on bad options.
     int select(const CommandLine& line, std::vector<ManagedObject*>* shown);
@@ -67,6 +71,7 @@ private:
     QTextStream& m_out;
     QTextStream& m_err;
     bool m_keepChangesOnFailure = false;
+
 };
 
 } // namespace qf::cli

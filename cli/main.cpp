@@ -21,7 +21,7 @@ int main(int argc, char** argv)
     const auto line = cli::CommandLine::parse(
         app.arguments().mid(1),
         {QStringLiteral("example"), QStringLiteral("pending"), QStringLiteral("upcoming"), QStringLiteral("share"),
-         QStringLiteral("json"), QStringLiteral("help")},
+         QStringLiteral("json"), QStringLiteral("help"), QStringLiteral("yes")},
         &problem);
     if (!line) {
         err << "quillfen-cli: " << problem << Qt::endl;
@@ -40,6 +40,8 @@ int main(int argc, char** argv)
         defaults.setVolatileValue(DefaultsKey::UseExampleStore, true);
 
     Quillfen_AppDelegate delegate;
+    // A script indexes what it changed, not the whole ledger.
+    delegate.setQuitIndexing(Quillfen_AppDelegate::QuitIndexing::ChangedOnly);
     if (line->has(QStringLiteral("data-dir")))
         delegate.setDataFolderOverride(line->value(QStringLiteral("data-dir")));
 
@@ -58,7 +60,13 @@ int main(int argc, char** argv)
     QTextStream heldOut(&held);
     cli::LedgerCli ledger(delegate, changesLedger ? heldOut : out, err);
 
-    if (commandLine.command() != QLatin1String("predicate")) {
+    // These work on files, not on an open store: a package is written from
+    // what is on disk, and an import must find no connection to the store it
+    // replaces.
+    static const QStringList kStoreFreeCommands{QStringLiteral("predicate"), QStringLiteral("export-database"),
+                                                QStringLiteral("import-database")};
+    const bool storeFree = kStoreFreeCommands.contains(commandLine.command());
+    if (!storeFree) {
         delegate.managedObjectContext();
         if (delegate.storeError()) {
             err << "quillfen-cli: cannot open the ledger: " << delegate.storeError()->describe() << Qt::endl;
@@ -68,7 +76,7 @@ int main(int argc, char** argv)
     }
 
     const int code = ledger.run(commandLine);
-    if ((code != cli::Success && !ledger.keepsChangesOnFailure()) || commandLine.command() == QLatin1String("predicate"))
+    if ((code != cli::Success && !ledger.keepsChangesOnFailure()) || storeFree)
         return code; // a failed command writes nothing
 
     if (delegate.applicationShouldTerminate() != Quillfen_AppDelegate::TerminateReply::Now) {

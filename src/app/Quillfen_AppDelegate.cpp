@@ -2,6 +2,7 @@
 
 #include "app/RecoveryFile.h"
 #include "app/ResourceFolder.h"
+#include "app/SearchIndex.h"
 #include "app/UnixSignalWatcher.h"
 #include "app/UserDefaults.h"
 #include "attachments/AttachmentFiles.h"
@@ -21,7 +22,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QSet>
 #include <QStandardPaths>
+#include <QThread>
 #include <QTimer>
 #include <QUuid>
 #include <algorithm>
@@ -42,6 +45,7 @@ Quillfen_AppDelegate::Quillfen_AppDelegate(QObject* parent) : QObject(parent)
 
 Quillfen_AppDelegate::~Quillfen_AppDelegate()
 {
+    finishBackgroundIndexing();
     if (g_sharedInstance == this)
         g_sharedInstance = nullptr;
 }
@@ -408,13 +412,91 @@ Quillfen_AppDelegate::TerminateReply Quillfen_AppDelegate::applicationShouldTerm
     deleteAttachmentsForObjects(context->deletedObjects());
     if (!pendingEditsCommitted)
         return TerminateReply::Cancel;
-    if (!context->hasChanges())
-        return TerminateReply::Now;
-    Status saved = context->save();
-    if (saved)
-        return TerminateReply::Now;
-    m_saveError = saved.error();
-    return TerminateReply::Later;
+    // A script's own changes, read before the save turns them into plain records.
+    std::vector<SearchIndex::Entry> changed;
+    std::vector<ManagedObject*> removed;
+    if (m_quitIndexing == QuitIndexing::ChangedOnly) {
+        const EntityDescription& trans = ManagedObjectModel::shared().trans();
+        for (const auto& objects : {context->insertedObjects(), context->updatedObjects()}) {
+            for (const ManagedObject* object : objects) {
+                if (&object->entity() == &trans)
+                    changed.push_back(SearchIndex::entryOf(*object));
+            }
+        }
+        for (ManagedObject* object : context->deletedObjects()) {
+            if (&object->entity() == &trans)
+                removed.push_back(object);
+        }
+    }
+    if (context->hasChanges()) {
+        if (Status saved = context->save(); !saved) {
+            m_saveError = saved.error();
+            return TerminateReply::Later;
+        }
+    }
+    if (m_quitIndexing == QuitIndexing::AllMissing) {
+        finishBackgroundIndexing();
+        SearchIndex::indexMissing(context->objects(ManagedObjectModel::shared().trans()));
+    } else {
+        for (SearchIndex::Entry& entry : changed)
+            SearchIndex::writeEntry(entry, true);
+        SearchIndex::removeIndexOf(removed);
+    }
+    return TerminateReply::Now;
+}
+
+void Quillfen_AppDelegate::indexTransactionsInBackground()
+{
+    if (!UserDefaults::standard().boolForKey(DefaultsKey::EnableSpotlightIndexing) || !managedObjectContext())
+        return;
+    QThread* lister = QThread::create([this] {
+        QSet<QString> indexed = SearchIndex::indexedIdentifiers();
+        QMetaObject::invokeMethod(
+            this,
+            [this, indexed = std::move(indexed)] {
+                // Records are read here only; the writer gets plain copies.
+                std::vector<SearchIndex::Entry> missing;
+                for (const ManagedObject* t : m_managedObjectContext->objects(ManagedObjectModel::shared().trans())) {
+                    const QString id = t->valueForKey(u"trans_uniqueID").toString();
+                    if (!id.isEmpty() && !indexed.contains(id))
+                        missing.push_back(SearchIndex::entryOf(*t));
+                }
+                if (missing.empty() || m_terminated)
+                    return;
+                QThread* writer = QThread::create([missing = std::move(missing)] {
+                    const QString dir = SearchIndex::folder();
+                    for (const SearchIndex::Entry& entry : missing)
+                        SearchIndex::writeEntry(entry, false, dir);
+                });
+                m_indexThreads.push_back(writer);
+                writer->start(QThread::LowPriority);
+            },
+            Qt::QueuedConnection);
+    });
+    m_indexThreads.push_back(lister);
+    lister->start(QThread::LowPriority);
+}
+
+void Quillfen_AppDelegate::finishBackgroundIndexing()
+{
+    // The lister's answer may start a writer, so wait until none is left.
+    while (!m_indexThreads.empty()) {
+        std::vector<QThread*> threads;
+        threads.swap(m_indexThreads);
+        for (QThread* thread : threads) {
+            thread->wait();
+            delete thread;
+        }
+        QCoreApplication::sendPostedEvents(this);
+    }
+}
+
+int Quillfen_AppDelegate::reindexTransactions()
+{
+    finishBackgroundIndexing();
+    if (!managedObjectContext())
+        return 0;
+    return SearchIndex::reindex(m_managedObjectContext->objects(ManagedObjectModel::shared().trans()));
 }
 
 Quillfen_AppDelegate::TerminateReply Quillfen_AppDelegate::replyToSaveFailedAlert(SaveFailedButton button)
@@ -437,6 +519,7 @@ QString Quillfen_AppDelegate::saveFailedText()
 void Quillfen_AppDelegate::applicationWillTerminate()
 {
     m_terminated = true;
+    finishBackgroundIndexing();
     if (isUsingExampleStore()) {
         UserDefaults::standard().setValue(DefaultsKey::UseExampleStore, false);
         UserDefaults::standard().synchronize();

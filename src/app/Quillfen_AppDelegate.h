@@ -7,6 +7,8 @@
 #include "store/RecordEnvironment.h"
 
 #include <QObject>
+
+class QThread;
 #include <QString>
 #include <memory>
 #include <optional>
@@ -142,6 +144,21 @@ public:
     // this process has gone. Returns the waiting job's process ID (0 when it
     // could not be started).
     qint64 restartWithoutSaving(const QString& launchPath);
+
+    // Search records. Quitting on the user's store writes the missing ones
+    // of every transaction (the window), or only those of the transactions
+    // changed in this run (a script).
+    enum class QuitIndexing { AllMissing, ChangedOnly };
+    void setQuitIndexing(QuitIndexing mode) { m_quitIndexing = mode; }
+    // With EnableSpotlightIndexing on: the folder is listed on a thread of
+    // its own, and the transactions without a record get one, written on
+    // another from plain copies made on this thread.
+    void indexTransactionsInBackground();
+    // Waits for that indexing to end (quitting does).
+    void finishBackgroundIndexing();
+    // The Preferences control: the folder emptied and every record written
+    // afresh. Gives how many were written.
+    int reindexTransactions();
     bool saveWhenQuit() const { return m_saveWhenQuit; }
 
     // Selection of the source list, read by record classes (transfer bills).
@@ -184,6 +201,8 @@ private:
     std::unique_ptr<DateFormatter> m_recordLongDateFormatter;
     bool m_saveWhenQuit = false;
     bool m_terminated = false;
+    QuitIndexing m_quitIndexing = QuitIndexing::AllMissing;
+    std::vector<QThread*> m_indexThreads;
     QString m_transIDToOpen;
     QString m_selectedVaultID;
     std::uint64_t m_formatGeneration = 0;

@@ -2,6 +2,7 @@
 
 #include "app/Quillfen_AppDelegate.h"
 #include "attachments/AttachmentFiles.h"
+#include "common/Trash.h"
 #include "store/EntityDescription.h"
 #include "store/ManagedObject.h"
 
@@ -42,7 +43,7 @@ bool eraseByID(std::vector<ValueDictionary>& rows, const QString& uniqueID)
 } // namespace
 
 AttachmentStaging::AttachmentStaging(Quillfen_AppDelegate& delegate)
-    : m_delegate(delegate), m_trash([](const QString& path) { return QFile::moveToTrash(path); })
+    : m_delegate(delegate), m_trash([](const QString& path) { return Trash::move(path).isOk(); })
 {
 }
 

@@ -1,6 +1,7 @@
 #include "views/TransactionListActions.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SearchIndex.h"
 #include "editing/FolderMembership.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
@@ -28,7 +29,8 @@ void TransactionListActions::removeTransactions(ManagedObjectContext& context, c
             FolderMembership::removeFromFolder(*t, folderID);
         return;
     }
-    // Attachment files go when the deletion is saved at quit.
+    // Attachment files go when the deletion is saved at quit; search records now.
+    SearchIndex::removeIndexOf(transactions);
     for (ManagedObject* t : transactions)
         context.deleteObject(t);
 }

@@ -5,16 +5,22 @@
 #include "editing/TransactionRecords.h"
 #include "store/ManagedObjectContext.h"
 
+#include <QFile>
+
 namespace qf::test {
 
 TempLedger::TempLedger(const QString& locale) : m_locale(locale)
 {
+    // Search records and other caches go under this ledger's own home.
+    m_home = qgetenv("HOME");
+    qputenv("HOME", QFile::encodeName(m_dir.path() + QStringLiteral("/home")));
     reopen();
 }
 
 TempLedger::~TempLedger()
 {
     m_delegate.reset();
+    qputenv("HOME", m_home);
     UserDefaults::standard().clearVolatileValues();
 }
 

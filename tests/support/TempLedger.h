@@ -31,6 +31,7 @@ public:
 private:
     QTemporaryDir m_dir;
     QString m_locale;
+    QByteArray m_home;
     std::unique_ptr<Quillfen_AppDelegate> m_delegate;
 };
 

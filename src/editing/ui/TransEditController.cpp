@@ -1,6 +1,7 @@
 #include "editing/ui/TransEditController.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SearchIndex.h"
 #include "app/SoundPlayer.h"
 #include "app/ui/CalendarPickerController.h"
 #include "app/ui/ErrorController.h"
@@ -112,6 +113,8 @@ TransEditHooks TransEditController::makeHooks()
             qWarning("Attachment not stored: %s: %s", qPrintable(failure.path), qPrintable(failure.message));
     };
     hooks.createCalendarEvent = [this](ManagedObject& record) { createCalendarEvent(record); };
+    // An edited transaction's search record is written afresh.
+    hooks.indexTransaction = [](ManagedObject& record) { SearchIndex::indexTransaction(&record, true); };
     return hooks;
 }
 
