@@ -49,6 +49,10 @@ private:
     // In ExchangeCommands.cpp.
     int exportCsv(const CommandLine& line);
     int report(const CommandLine& line);
+    // In BillCommands.cpp.
+    int addBill(const CommandLine& line);
+    int bills(const CommandLine& line);
+    int pay(const CommandLine& line);
 
     // The transactions a selection shows, or an exit code on bad options.
     int select(const CommandLine& line, std::vector<ManagedObject*>* shown);

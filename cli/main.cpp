@@ -21,7 +21,8 @@ int main(int argc, char** argv)
     const auto line = cli::CommandLine::parse(
         app.arguments().mid(1),
         {QStringLiteral("example"), QStringLiteral("pending"), QStringLiteral("upcoming"), QStringLiteral("share"),
-         QStringLiteral("json"), QStringLiteral("help")},
+         QStringLiteral("json"), QStringLiteral("help"), QStringLiteral("cancel"),
+         QStringLiteral("again")},
         &problem);
     if (!line) {
         err << "quillfen-cli: " << problem << Qt::endl;
@@ -51,7 +52,8 @@ int main(int argc, char** argv)
     static const QStringList kChangingCommands{QStringLiteral("add-vault"),  QStringLiteral("add"),
                                                QStringLiteral("set"),        QStringLiteral("delete"),
                                                QStringLiteral("edit-smart"), QStringLiteral("smart-view"),
-                                               QStringLiteral("import-qif"), QStringLiteral("import-ofx")};
+                                               QStringLiteral("import-qif"), QStringLiteral("import-ofx"),
+                                               QStringLiteral("add-bill"),   QStringLiteral("pay")};
     const bool changesLedger = kChangingCommands.contains(commandLine.command());
     QString held;
     QTextStream heldOut(&held);
