@@ -1,5 +1,6 @@
 #include "planning/BillRecords.h"
 
+#include "common/Predicate.h"
 #include "store/ManagedObjectContext.h"
 #include "store/RecordEnvironment.h"
 
@@ -50,6 +51,19 @@ void BillRecords::removeBill(ManagedObjectContext& context, ManagedObject* bill)
     qCInfo(lcBills, "Remove bill");
     if (bill && !bill->isDeleted())
         context.deleteObject(bill);
+}
+
+QStringList BillRecords::tagCompletions(const QStringList& tags, const QString& typed)
+{
+    const Result<Predicate> wanted = Predicate::parse(u"SELF beginswith %@ AND SELF != %@", {Value(typed), Value(typed)});
+    QStringList hints;
+    if (!wanted)
+        return hints;
+    for (const QString& tag : tags) {
+        if (wanted->evaluate(Value(tag)) && !hints.contains(tag))
+            hints.append(tag);
+    }
+    return hints;
 }
 
 void BillRecords::setAccount(ManagedObject& bill, const QString& accountID)

@@ -3,6 +3,7 @@
 #include "common/Value.h"
 
 #include <QString>
+#include <QStringList>
 #include <vector>
 
 namespace qf {
@@ -34,6 +35,10 @@ public:
     static ManagedObject* addBill(ManagedObjectContext& context, const RecordEnvironment& environment);
     static void saveBill(ManagedObject& bill, const BillFields& fields);
     static void removeBill(ManagedObjectContext& context, ManagedObject* bill);
+
+    // Tag completion of a bill row: every tag that begins with the typed
+    // text (case counts) and is not that text.
+    static QStringList tagCompletions(const QStringList& tags, const QString& typed);
 
     // Choosing an incoming or outgoing account clears the transfer accounts;
     // an empty identifier ("None") stores no account.

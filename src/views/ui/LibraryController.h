@@ -77,6 +77,7 @@ public:
     void setupFilesPopup();
 
     QLineEdit* searchField() const { return m_search; }
+    QToolButton* reconcileButton() const { return m_reconcileButton; }
     QTableView* tableView() const { return m_table; }
     TransactionIconView* iconView() const { return m_icons; }
 
@@ -89,6 +90,8 @@ Q_SIGNALS:
     void transferRequested();
     // The list's "+" button: a new transaction with this list's defaults.
     void addRequested();
+    // The Pay button on an upcoming transaction: the bill is to be paid.
+    void payRequested(qf::ManagedObject* bill);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
