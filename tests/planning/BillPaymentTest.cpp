@@ -157,3 +157,11 @@ TEST_F(BillPaymentTest, SecondPaymentOnTheSameDayIsFlaggedButNotTheOriginNorYest
     EXPECT_EQ(earlier, made.front());
     EXPECT_EQ(BillPayment::paymentsOf(ledger.context(), *gym).size(), 2u);
 }
+
+TEST(BillRecords, TagCompletionBeginsWithTheTextCaseCountingAndLeavesTheTextOut)
+{
+    const QStringList tags{QStringLiteral("rent"), QStringLiteral("Rental car"), QStringLiteral("renter"),
+                           QStringLiteral("home"), QStringLiteral("renter")};
+    EXPECT_EQ(BillRecords::tagCompletions(tags, QStringLiteral("rent")), QStringList{QStringLiteral("renter")});
+    EXPECT_EQ(BillRecords::tagCompletions(tags, QStringLiteral("Ren")), QStringList{QStringLiteral("Rental car")});
+}

@@ -207,6 +207,7 @@ void MainWindow::prepareMainViewWithVaultObject(ManagedObject* vault)
         m_views->setCurrentWidget(m_smartFolder->prepareMainViewWithVaultObject(vault));
     } else if (type == VaultType::BillManager) {
         m_views->setCurrentWidget(m_bills->prepareMainViewWithVaultObject(vault));
+        m_status->setText(m_bills->statusLine());
     } else if (type == VaultType::MasterVault || type == VaultType::Untagged) {
         m_library->prepareWithVaultObject(vault);
         m_views->setCurrentWidget(m_library);

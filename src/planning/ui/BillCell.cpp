@@ -96,10 +96,14 @@ QWidget* BillCell::buildDisplay()
     m_statusLabel = new QLabel(page);
     m_statusLabel->setObjectName(QStringLiteral("billStatus"));
     m_statusLabel->setAlignment(Qt::AlignCenter);
-    m_statusLabel->setMinimumWidth(80);
+    m_statusLabel->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    QFont small = m_statusLabel->font();
+    small.setPointSizeF(small.pointSizeF() * 0.85);
+    m_statusLabel->setFont(small);
     grid->addWidget(m_titleLabel, 0, 0);
     grid->addWidget(m_amountLabel, 0, 1);
-    grid->addWidget(m_statusLabel, 0, 2, 2, 1);
+    grid->addWidget(m_statusLabel, 0, 2, 2, 1, Qt::AlignRight | Qt::AlignVCenter);
+    grid->setColumnMinimumWidth(2, 86);
     grid->addWidget(m_tagsLabel, 1, 0);
     grid->addWidget(m_dateLabel, 1, 1);
     grid->addWidget(m_detailLabel, 2, 0, 1, 2);
@@ -214,8 +218,17 @@ void BillCell::applyStyle()
 {
     QPalette p = palette();
     const QPalette app = QApplication::palette();
-    p.setColor(QPalette::Window, m_selected ? app.color(QPalette::Highlight).lighter(175) : app.color(QPalette::Base));
+    // The style's alternate colour is too faint to part rows this tall.
+    const QColor base = app.color(QPalette::Base);
+    const QColor rest = m_alternate ? base.darker(104) : base;
+    p.setColor(QPalette::Window, m_selected ? app.color(QPalette::Highlight).lighter(175) : rest);
     setPalette(p);
+}
+
+void BillCell::setAlternate(bool alternate)
+{
+    m_alternate = alternate;
+    applyStyle();
 }
 
 void BillCell::setSelected(bool selected)
@@ -267,16 +280,19 @@ void BillCell::updateDisplay()
     m_detailLabel->setText(QStringLiteral("%1 · %2 · %3")
                                .arg(tr(qPrintable(type)), repeat.isEmpty() ? tr("Never") : tr(qPrintable(repeat)), where));
 
+    m_tagsLabel->setVisible(!m_tagsLabel->text().isEmpty());
+
+    // The same pills as the transaction list's cards: a light wash of the
+    // status colour behind its text.
     const QString status = m_bill->valueForKey(u"trans_status").toString();
     m_statusLabel->setText(tr(qPrintable(status)));
-    QString style = QStringLiteral("border-radius: 8px; padding: 2px 8px; ");
+    QString colour = QStringLiteral("108, 108, 108");
     if (status == QLatin1String("Overdue"))
-        style += QStringLiteral("background: #B91C1C; color: white; font-weight: bold;");
+        colour = QStringLiteral("185, 28, 28");
     else if (status == QLatin1String("Due Today"))
-        style += QStringLiteral("background: #B45309; color: white; font-weight: bold;");
-    else
-        style += QStringLiteral("color: palette(placeholder-text);");
-    m_statusLabel->setStyleSheet(style);
+        colour = QStringLiteral("180, 83, 9");
+    m_statusLabel->setStyleSheet(
+        QStringLiteral("border-radius: 8px; padding: 1px 8px; background: rgba(%1, 36); color: rgb(%1);").arg(colour));
 }
 
 void BillCell::fillAccountMenus()

@@ -45,6 +45,8 @@ public:
 
     void setSelected(bool selected);
     bool isSelected() const { return m_selected; }
+    // Every other row is shaded, as in the transaction list.
+    void setAlternate(bool alternate);
 
     QLineEdit* titleField() const { return m_title; }
     QLineEdit* tagsField() const { return m_tags; }
@@ -80,6 +82,7 @@ private:
     ManagedObject* m_bill = nullptr;
     State m_state = State::Blank;
     bool m_selected = false;
+    bool m_alternate = false;
     bool m_filling = false;
     QStackedWidget* m_pages;
     // display

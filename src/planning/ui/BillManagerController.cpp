@@ -250,9 +250,11 @@ void BillManagerController::refresh()
     m_cells = kept;
     while (m_rows->count() > 0)
         m_rows->takeAt(0);
-    for (ManagedObject* bill : m_arranged) {
-        m_rows->addWidget(m_cells.value(bill));
-        m_cells.value(bill)->show();
+    for (std::size_t i = 0; i < m_arranged.size(); ++i) {
+        BillCell* cell = m_cells.value(m_arranged[i]);
+        cell->setAlternate(i % 2 == 1);
+        m_rows->addWidget(cell);
+        cell->show();
     }
     m_blank->setVisible(m_arranged.empty());
     if (m_arranged.empty())
@@ -270,6 +272,7 @@ void BillManagerController::refresh()
     QString line = m_arranged.size() == 1 ? tr("1 bill") : tr("%1 bills").arg(m_arranged.size());
     if (overdue > 0)
         line += overdue == 1 ? tr(", 1 overdue") : tr(", %1 overdue").arg(overdue);
+    m_statusLine = line;
     Q_EMIT statusChanged(line);
     updateButtons();
     m_refreshing = false;

@@ -53,6 +53,8 @@ public:
     BillCell* cellForBill(ManagedObject* bill) const;
     BillCell* blankCell() const { return m_blank; }
     const BillListSettings& settings() const { return m_settings; }
+    // The count line for the status bar, as last sent by statusChanged().
+    const QString& statusLine() const { return m_statusLine; }
 
     QLineEdit* searchField() const { return m_search; }
     QToolButton* rangeButton() const { return m_rangeButton; }
@@ -85,6 +87,7 @@ private:
     QToolButton* m_removeButton;
     QLineEdit* m_search;
     bool m_refreshing = false;
+    QString m_statusLine;
 };
 
 } // namespace qf
