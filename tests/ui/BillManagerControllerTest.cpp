@@ -449,3 +449,17 @@ TEST_F(BillManagerControllerTest, PendingRowShowsMainPlainMainAndBlank)
     row.localeChanged();
     EXPECT_EQ(row.amountText(), ledger.delegate().amountFormatter().format(41));
 }
+
+TEST_F(BillManagerControllerTest, EscapeInARowCancelsItsEdit)
+{
+    ManagedObject* b = bill(QStringLiteral("Water"), 20, QStringLiteral("Outgoing"), berlinTime(2026, 3, 20));
+    BillManagerController screen(ledger.delegate());
+    screen.prepareMainViewWithVaultObject(billVault);
+    screen.show();
+    BillCell* row = screen.cellForBill(b);
+    row->edit();
+    type(row->titleField(), QStringLiteral("Gas"));
+    QTest::keyClick(row->titleField(), Qt::Key_Escape);
+    EXPECT_EQ(row->state(), BillCell::State::Display);
+    EXPECT_EQ(b->valueForKey(u"trans_title").toString(), QStringLiteral("Water"));
+}

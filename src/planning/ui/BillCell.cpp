@@ -22,6 +22,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QStackedWidget>
@@ -58,6 +59,7 @@ BillCell::BillCell(Quillfen_AppDelegate& delegate, QWidget* parent)
     setObjectName(QStringLiteral("billCell"));
     setFrameShape(QFrame::NoFrame);
     setAutoFillBackground(true);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_pages);
@@ -69,7 +71,7 @@ BillCell::BillCell(Quillfen_AppDelegate& delegate, QWidget* parent)
     blank->setEnabled(false);
     blank->setMinimumHeight(44);
     m_pages->addWidget(blank);
-    m_pages->setCurrentIndex(2);
+    showPage(2);
     applyStyle();
 }
 
@@ -214,15 +216,37 @@ QWidget* BillCell::buildEdit()
     return page;
 }
 
+void BillCell::showPage(int index)
+{
+    // Pages not shown must not size the row, or every row would be as tall
+    // as the edit page.
+    for (int i = 0; i < m_pages->count(); ++i)
+        m_pages->widget(i)->setSizePolicy(i == index ? QSizePolicy::Preferred : QSizePolicy::Ignored,
+                                          i == index ? QSizePolicy::Preferred : QSizePolicy::Ignored);
+    m_pages->setCurrentIndex(index);
+    m_pages->updateGeometry();
+    updateGeometry();
+}
+
+void BillCell::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape && m_state == State::Edit) {
+        cancel();
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
+
 void BillCell::applyStyle()
 {
-    QPalette p = palette();
+    // The style's alternate colour is too faint to part rows this tall. The
+    // rule names this class only, so the fields inside keep their own look.
     const QPalette app = QApplication::palette();
-    // The style's alternate colour is too faint to part rows this tall.
     const QColor base = app.color(QPalette::Base);
-    const QColor rest = m_alternate ? base.darker(104) : base;
-    p.setColor(QPalette::Window, m_selected ? app.color(QPalette::Highlight).lighter(175) : rest);
-    setPalette(p);
+    const QColor rest = m_alternate ? base.darker(106) : base;
+    const QColor fill = m_selected ? app.color(QPalette::Highlight).lighter(175) : rest;
+    setStyleSheet(QStringLiteral("qf--BillCell { background: %1; border-bottom: 1px solid %2; }")
+                      .arg(fill.name(), base.darker(112).name()));
 }
 
 void BillCell::setAlternate(bool alternate)
@@ -242,11 +266,11 @@ void BillCell::setBill(ManagedObject* bill)
     m_bill = bill;
     if (!bill) {
         m_state = State::Blank;
-        m_pages->setCurrentIndex(2);
+        showPage(2);
         return;
     }
     m_state = State::Display;
-    m_pages->setCurrentIndex(0);
+    showPage(0);
     updateDisplay();
 }
 
@@ -258,7 +282,10 @@ void BillCell::updateDisplay()
     if (text(*m_bill, u"trans_billType").isEmpty())
         m_bill->setValueForKey(u"trans_billType", Value(QStringLiteral("Outgoing")));
     const QString type = text(*m_bill, u"trans_billType");
-    m_titleLabel->setText(text(*m_bill, u"trans_title"));
+    // A bill added and never saved has no title; the list's cards call it so too.
+    const QString title = text(*m_bill, u"trans_title");
+    m_titleLabel->setText(title.isEmpty() ? tr("Untitled") : title);
+    m_titleLabel->setForegroundRole(title.isEmpty() ? QPalette::PlaceholderText : QPalette::WindowText);
     m_tagsLabel->setText(text(*m_bill, u"trans_keywords"));
     const double amount = m_bill->valueForKey(u"trans_amount").toDouble();
     m_amountLabel->setText(m_delegate.amountFormatter().format(amount));
@@ -344,7 +371,7 @@ void BillCell::edit()
         m_delegate.managedObjectContext()->objects(ManagedObjectModel::shared().trans()));
     m_filling = false;
     m_state = State::Edit;
-    m_pages->setCurrentIndex(1);
+    showPage(1);
     m_title->setFocus();
 }
 
@@ -382,7 +409,7 @@ bool BillCell::save()
     fields.billType = m_type->currentData().toString();
     BillRecords::saveBill(*m_bill, fields);
     m_state = State::Display;
-    m_pages->setCurrentIndex(0);
+    showPage(0);
     updateDisplay();
     Q_EMIT saved(this);
     return true;
@@ -393,7 +420,7 @@ void BillCell::cancel()
     if (!m_bill)
         return;
     m_state = State::Display;
-    m_pages->setCurrentIndex(0);
+    showPage(0);
     updateDisplay();
 }
 

@@ -69,8 +69,10 @@ Q_SIGNALS:
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void showPage(int index);
     QWidget* buildDisplay();
     QWidget* buildEdit();
     void fillAccountMenus();
