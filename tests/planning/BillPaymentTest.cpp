@@ -165,3 +165,25 @@ TEST(BillRecords, TagCompletionBeginsWithTheTextCaseCountingAndLeavesTheTextOut)
     EXPECT_EQ(BillRecords::tagCompletions(tags, QStringLiteral("rent")), QStringList{QStringLiteral("renter")});
     EXPECT_EQ(BillRecords::tagCompletions(tags, QStringLiteral("Ren")), QStringList{QStringLiteral("Rental car")});
 }
+
+namespace {
+QStringList* loggedLines = nullptr;
+void keepLine(QtMsgType, const QMessageLogContext& context, const QString& text)
+{
+    if (loggedLines && QByteArray(context.category) == "quillfen.bills")
+        loggedLines->append(text);
+}
+} // namespace
+
+TEST_F(BillPaymentTest, AddingAndRemovingABillWriteTheirLogLines)
+{
+    QStringList lines;
+    loggedLines = &lines;
+    const QtMessageHandler before = qInstallMessageHandler(keepLine);
+    ManagedObject* b = BillRecords::addBill(ledger.context(), ledger.delegate());
+    BillRecords::removeBill(ledger.context(), b);
+    qInstallMessageHandler(before);
+    loggedLines = nullptr;
+    EXPECT_EQ(lines, (QStringList{QStringLiteral("Add bill"), QStringLiteral("Remove bill")}));
+    EXPECT_TRUE(b->isDeleted() || ledger.context().count(ManagedObjectModel::shared().trans()) == 0);
+}

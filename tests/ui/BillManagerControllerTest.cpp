@@ -1,3 +1,4 @@
+#include "app/ui/CalendarPickerController.h"
 #include "app/ui/ErrorController.h"
 #include "app/ui/MainWindow.h"
 #include "common/AmountFormatter.h"
@@ -18,6 +19,7 @@
 #include "views/ui/SourceListModel.h"
 
 #include <QButtonGroup>
+#include <QCalendarWidget>
 #include <QComboBox>
 #include <QCompleter>
 #include <QDialog>
@@ -462,4 +464,39 @@ TEST_F(BillManagerControllerTest, EscapeInARowCancelsItsEdit)
     QTest::keyClick(row->titleField(), Qt::Key_Escape);
     EXPECT_EQ(row->state(), BillCell::State::Display);
     EXPECT_EQ(b->valueForKey(u"trans_title").toString(), QStringLiteral("Water"));
+}
+
+TEST_F(BillManagerControllerTest, DatePickedInTheCalendarIsSavedAndUnreadableTextIsRefused)
+{
+    ManagedObject* b = bill(QStringLiteral("Water"), 20, QStringLiteral("Outgoing"), berlinTime(2026, 3, 20, 7, 45));
+    BillManagerController screen(ledger.delegate());
+    screen.prepareMainViewWithVaultObject(billVault);
+    screen.show();
+    BillCell* row = screen.cellForBill(b);
+    row->edit();
+    CalendarPickerController& picker = CalendarPickerController::sharedInstance();
+    row->calendarButton()->click();
+    ASSERT_TRUE(picker.panel() && picker.panel()->isVisible());
+    EXPECT_EQ(picker.calendar()->selectedDate(), QDate(2026, 3, 20));
+    picker.calendar()->setSelectedDate(QDate(2026, 4, 2));
+    picker.doneButton()->click();
+    EXPECT_EQ(row->dateField()->text(), shortDate(berlinTime(2026, 4, 2)));
+    EXPECT_TRUE(row->save());
+    EXPECT_EQ(b->valueForKey(u"trans_date").toDate(), berlinTime(2026, 4, 2));
+
+    // Saving an unchanged day keeps the time of day.
+    b->setValueForKey(u"trans_date", Value::date(berlinTime(2026, 4, 2, 7, 45)));
+    row->edit();
+    EXPECT_TRUE(row->save());
+    EXPECT_EQ(b->valueForKey(u"trans_date").toDate(), berlinTime(2026, 4, 2, 7, 45));
+
+    row->edit();
+    type(row->dateField(), QStringLiteral("soon"));
+    EXPECT_FALSE(row->save());
+    EXPECT_EQ(ErrorController::sharedInstance().field(), row->dateField());
+    type(row->dateField(), shortDate(berlinTime(2026, 4, 3)));
+    type(row->amountField(), QStringLiteral("lots"));
+    EXPECT_FALSE(row->save());
+    EXPECT_EQ(ErrorController::sharedInstance().field(), row->amountField());
+    EXPECT_EQ(b->valueForKey(u"trans_date").toDate(), berlinTime(2026, 4, 2, 7, 45));
 }

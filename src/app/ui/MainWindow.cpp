@@ -310,6 +310,7 @@ PreferencesController* MainWindow::openPreferences()
         connect(m_preferences, &PreferencesController::localePreferenceChanged, this, [this] {
             m_source->refreshSourceTable();
             m_library->refresh();
+            m_bills->refresh();
         });
     }
     m_preferences->show();
