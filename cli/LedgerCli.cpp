@@ -78,6 +78,15 @@ QString LedgerCli::usage()
         "                               import every record of a QIF file; prints how many\n"
         "  import-ofx FILE [--account ID|TITLE]\n"
         "                               import every transaction of an OFX or QFX statement; prints how many\n"
+        "  add-bill --title T --amount A --type Incoming|Outgoing|Transfer --date YYYY-MM-DD[THH:MM]\n"
+        "           [--repeat Never|Daily|Weekly|Bi-Weekly|Monthly|Yearly] [--account A]\n"
+        "           [--from-account A --to-account B] [--tags \"a, b\"]   a bill, as the bill row saves it\n"
+        "  bills [--range \"All Items\"|\"Next 5 Days\"|\"Next 10 Days\"|\"This Month\"|\"This Year\"]\n"
+        "        [--direction all|incoming|outgoing|transfer] [--search S] [--sort \"By Title\"|\"By Date\"|\"By Amount\"]\n"
+        "        [--json]               bills: id, due date, title, amount, type, repeat, status\n"
+        "  pay BILL_ID [--cancel] [--again]\n"
+        "                               pay a bill; prints the new pending transactions' ids. --cancel as if\n"
+        "                               the confirmation was cancelled; --again pays a bill paid earlier today\n"
         "selection: [--vault ID|TITLE] [--where PREDICATE] [--search TEXT]\n"
         "           [--direction all|incoming|outgoing] [--status all|paid|pending]\n"
         "           [--range \"This Month\"|\"Last Month\"|\"This Year\"|\"Last Year\"|FROM..TO]\n"
@@ -140,6 +149,12 @@ int LedgerCli::run(const CommandLine& line)
         return exportCsv(line);
     if (command == QLatin1String("report"))
         return report(line);
+    if (command == QLatin1String("add-bill"))
+        return addBill(line);
+    if (command == QLatin1String("bills"))
+        return bills(line);
+    if (command == QLatin1String("pay"))
+        return pay(line);
     if (command == QLatin1String("import-qif"))
         return importQifCommand(m_delegate, line, m_out, m_err);
     if (command == QLatin1String("import-ofx"))

@@ -59,6 +59,10 @@ private:
     int exportDatabase(const CommandLine& line);
     int importDatabase(const CommandLine& line);
     int reindex(const CommandLine& line);
+    // In BillCommands.cpp.
+    int addBill(const CommandLine& line);
+    int bills(const CommandLine& line);
+    int pay(const CommandLine& line);
 
     // The transactions a selection shows, or an exit code on bad options.
     int select(const CommandLine& line, std::vector<ManagedObject*>* shown);

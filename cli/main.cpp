@@ -21,7 +21,8 @@ int main(int argc, char** argv)
     const auto line = cli::CommandLine::parse(
         app.arguments().mid(1),
         {QStringLiteral("example"), QStringLiteral("pending"), QStringLiteral("upcoming"), QStringLiteral("share"),
-         QStringLiteral("json"), QStringLiteral("help"), QStringLiteral("yes")},
+         QStringLiteral("json"), QStringLiteral("help"), QStringLiteral("yes"), QStringLiteral("cancel"),
+         QStringLiteral("again")},
         &problem);
     if (!line) {
         err << "quillfen-cli: " << problem << Qt::endl;
@@ -54,7 +55,8 @@ int main(int argc, char** argv)
                                                QStringLiteral("set"),        QStringLiteral("delete"),
                                                QStringLiteral("edit-smart"), QStringLiteral("smart-view"),
                                                QStringLiteral("import-qif"), QStringLiteral("import-ofx"),
-                                               QStringLiteral("budget-edit"), QStringLiteral("budget")};
+                                               QStringLiteral("budget-edit"), QStringLiteral("budget"),
+                                               QStringLiteral("add-bill"),   QStringLiteral("pay")};
     const bool changesLedger = kChangingCommands.contains(commandLine.command());
     QString held;
     QTextStream heldOut(&held);

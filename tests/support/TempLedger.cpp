@@ -5,6 +5,7 @@
 #include "editing/TransactionRecords.h"
 #include "store/ManagedObjectContext.h"
 
+#include <QDir>
 #include <QFile>
 
 namespace qf::test {
@@ -13,6 +14,7 @@ TempLedger::TempLedger(const QString& locale) : m_locale(locale)
 {
     // Search records and other caches go under this ledger's own home.
     m_home = qgetenv("HOME");
+    QDir().mkpath(m_dir.path() + QStringLiteral("/home"));
     qputenv("HOME", QFile::encodeName(m_dir.path() + QStringLiteral("/home")));
     reopen();
 }

@@ -17,6 +17,8 @@
 #include "exchange/ui/QIFController.h"
 #include "planning/BudgetLines.h"
 #include "planning/ui/BudgetController2.h"
+#include "planning/BillListQuery.h"
+#include "planning/ui/BillManagerController.h"
 #include "store/ManagedObjectContext.h"
 #include "store/VaultLibrary.h"
 #include "views/SourceListRows.h"
@@ -27,6 +29,7 @@
 #include "views/ui/SmartController.h"
 #include "views/ui/SmartFolderController.h"
 #include "views/ui/SourceController.h"
+#include "views/ui/SourceListModel.h"
 
 #include <QAction>
 #include <QApplication>
@@ -51,8 +54,8 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
       m_folder(new FolderController(delegate, *m_library, m_library)),
       m_smartFolder(new SmartFolderController(delegate, *m_library, m_library)),
       m_smartView(new SmartController(delegate, *m_library, m_library)), m_budget(new BudgetController2(delegate, this)),
-      m_views(new QStackedWidget(this)),
-      m_otherView(new QLabel(this)), m_status(new QLabel(this))
+      m_views(new QStackedWidget(this)), m_otherView(new QLabel(this)), m_status(new QLabel(this)),
+      m_bills(new BillManagerController(delegate, this)), m_overdue(new QPushButton(this))
 {
     setWindowTitle(QStringLiteral("Quillfen"));
     setWindowIcon(quillfenIcon(QStringLiteral("quillfen")));
@@ -62,6 +65,7 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     m_views->addWidget(m_otherView);
     m_views->addWidget(m_account->onlineView());
     m_views->addWidget(m_budget);
+    m_views->addWidget(m_bills);
 
     auto* splitter = new QSplitter(this);
     splitter->addWidget(m_source);
@@ -71,6 +75,13 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     splitter->setChildrenCollapsible(false);
     setCentralWidget(splitter);
     statusBar()->addWidget(m_status, 1);
+    m_overdue->setObjectName(QStringLiteral("overdueNote"));
+    m_overdue->setFlat(true);
+    m_overdue->setCursor(Qt::PointingHandCursor);
+    m_overdue->setStyleSheet(QStringLiteral("QPushButton { color: #B91C1C; font-weight: bold; border: none; padding: 0 6px; }"));
+    m_overdue->hide();
+    statusBar()->addPermanentWidget(m_overdue);
+    connect(m_overdue, &QPushButton::clicked, this, &MainWindow::showOverdueBills);
     resize(1100, 700);
 
     buildMenus();
@@ -99,6 +110,11 @@ MainWindow::MainWindow(Quillfen_AppDelegate& delegate, QWidget* parent)
     });
     connect(m_library, &LibraryController::transferRequested, this, &MainWindow::openTransfer);
     connect(m_library, &LibraryController::addRequested, this, &MainWindow::newTransaction);
+    connect(m_library, &LibraryController::payRequested, this, &MainWindow::payBill);
+    connect(m_bills, &BillManagerController::statusChanged, this, [this](const QString& line) {
+        if (m_views->currentWidget() == m_bills)
+            m_status->setText(line);
+    });
     connect(m_delegate.managedObjectContext(), &ManagedObjectContext::objectsDidChange, this, &MainWindow::storeChanged);
     connect(&m_delegate, &Quillfen_AppDelegate::sourceListSetupRequested, this, &MainWindow::setupSourceList);
     m_lockPanel = new LockPanelController(*this);
@@ -177,6 +193,7 @@ void MainWindow::buildMenus()
 void MainWindow::setupSourceList()
 {
     m_source->refreshSourceTable();
+    countOverdueBills();
     const QString toOpen = m_delegate.transIDToOpen();
     if (!toOpen.isEmpty()) {
         const auto libraries = m_delegate.fetchVaultObjectsWithType(VaultType::MasterVault);
@@ -225,7 +242,10 @@ void MainWindow::prepareMainViewWithVaultObject(ManagedObject* vault)
     } else if (type == VaultType::SmartPlaylist) {
         m_views->setCurrentWidget(m_smartFolder->prepareMainViewWithVaultObject(vault));
         m_smartView->prepare(vault);
-    } else if (type == VaultType::MasterVault || type == VaultType::BillManager || type == VaultType::Untagged) {
+    } else if (type == VaultType::BillManager) {
+        m_views->setCurrentWidget(m_bills->prepareMainViewWithVaultObject(vault));
+        m_status->setText(m_bills->statusLine());
+    } else if (type == VaultType::MasterVault || type == VaultType::Untagged) {
         m_library->prepareWithVaultObject(vault);
         m_views->setCurrentWidget(m_library);
     } else {
@@ -255,8 +275,43 @@ void MainWindow::storeChanged()
     // Rebuilding the source list selects the shown vault again, which
     // prepares (and so refreshes) its view.
     m_source->refreshSourceTable();
+    countOverdueBills();
     updateCommands();
     m_refreshing = false;
+}
+
+void MainWindow::countOverdueBills()
+{
+    const int overdue = BillListQuery::overdueCount(*m_delegate.managedObjectContext(), m_delegate.now());
+    const auto bills = m_delegate.fetchVaultObjectsWithType(VaultType::BillManager);
+    if (!bills.empty())
+        m_source->model()->setBadge(bills.front()->valueForKey(u"vault_uniqueID").toString(), overdue);
+    m_overdue->setText(overdue == 1 ? tr("1 bill overdue") : tr("%1 bills overdue").arg(overdue));
+    m_overdue->setVisible(overdue > 0);
+}
+
+void MainWindow::showOverdueBills()
+{
+    const auto bills = m_delegate.fetchVaultObjectsWithType(VaultType::BillManager);
+    if (bills.empty())
+        return;
+    m_source->selectControllerWithID(bills.front()->valueForKey(u"vault_uniqueID").toString());
+    m_bills->display(QStringLiteral("All Items"));
+}
+
+void MainWindow::payBill(ManagedObject* bill)
+{
+    if (m_bills->payOffBillWithObject(bill))
+        return;
+    // Not paid: the bill is shown on the bills screen, where its accounts can be chosen.
+    const auto bills = m_delegate.fetchVaultObjectsWithType(VaultType::BillManager);
+    if (bills.empty())
+        return;
+    m_source->selectControllerWithID(bills.front()->valueForKey(u"vault_uniqueID").toString());
+    if (!m_bills->selectBill(bill)) {
+        m_bills->display(QStringLiteral("All Items"));
+        m_bills->selectBill(bill);
+    }
 }
 
 void MainWindow::updateCommands()
@@ -303,6 +358,7 @@ PreferencesController* MainWindow::openPreferences()
             m_library->refresh();
             m_smartView->localePreferenceChanged();
             m_budget->refresh();
+            m_bills->refresh();
         });
     }
     m_preferences->show();

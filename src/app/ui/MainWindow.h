@@ -5,11 +5,13 @@
 
 class QAction;
 class QLabel;
+class QPushButton;
 class QStackedWidget;
 
 namespace qf {
 
 class AccountController;
+class BillManagerController;
 class AccountTransferController;
 class BudgetController2;
 class FolderController;
@@ -43,6 +45,11 @@ public:
     // The transactions that make up a budget line's actual amount, in the
     // transaction list, with the budget still selected.
     void showBudgetLineTransactions(ManagedObject* line);
+    BillManagerController* billManager() const { return m_bills; }
+    // The status bar's note of overdue bills; hidden when there are none.
+    QPushButton* overdueNote() const { return m_overdue; }
+    // Shows the bills with "All Items", from the overdue note or badge.
+    void showOverdueBills();
     LockPanelController* lockPanel() const { return m_lockPanel; }
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
@@ -76,6 +83,8 @@ private:
     void buildMenus();
     void prepareMainViewWithVaultObject(ManagedObject* vault);
     void storeChanged();
+    void countOverdueBills();
+    void payBill(ManagedObject* bill);
     void updateCommands();
     void undo();
     void redo();
@@ -99,6 +108,8 @@ private:
     QStackedWidget* m_views;
     QLabel* m_otherView;
     QLabel* m_status;
+    BillManagerController* m_bills;
+    QPushButton* m_overdue;
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
     QAction* m_removeVault = nullptr;

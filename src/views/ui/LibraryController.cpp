@@ -564,7 +564,12 @@ void LibraryController::markAsPending()
 void LibraryController::reconcileSelected()
 {
     ManagedObject* t = selectedTransaction();
-    if (TransactionListActions::reconcileButton(t) != ReconcileButton::Reconcile)
+    const ReconcileButton kind = TransactionListActions::reconcileButton(t);
+    if (kind == ReconcileButton::Pay) {
+        Q_EMIT payRequested(t);
+        return;
+    }
+    if (kind != ReconcileButton::Reconcile)
         return;
     auto date = ReconcileDialog::askForDate(this, t->valueForKey(u"trans_date").toDate());
     if (!date)
@@ -575,11 +580,9 @@ void LibraryController::reconcileSelected()
 
 void LibraryController::setupReconcileButton()
 {
-    // Paying a bill belongs to the bills screen, which is not built yet; the
-    // button stays hidden for upcoming records until then.
     const ReconcileButton kind = TransactionListActions::reconcileButton(selectedTransaction());
-    m_reconcileButton->setVisible(kind == ReconcileButton::Reconcile);
-    m_reconcileButton->setText(tr("Reconcile"));
+    m_reconcileButton->setVisible(kind != ReconcileButton::Hidden);
+    m_reconcileButton->setText(kind == ReconcileButton::Pay ? tr("Pay") : tr("Reconcile"));
     fitFilterButtons();
 }
 

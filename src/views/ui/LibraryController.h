@@ -93,6 +93,7 @@ public:
     void setupFilesPopup();
 
     QLineEdit* searchField() const { return m_search; }
+    QToolButton* reconcileButton() const { return m_reconcileButton; }
     QTableView* tableView() const { return m_table; }
     TransactionIconView* iconView() const { return m_icons; }
 
@@ -109,6 +110,8 @@ Q_SIGNALS:
     void addRequested();
     // The condition bar's button was pressed; the condition is gone.
     void conditionLeft();
+    // The Pay button on an upcoming transaction: the bill is to be paid.
+    void payRequested(qf::ManagedObject* bill);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

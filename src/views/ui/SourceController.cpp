@@ -13,6 +13,8 @@
 #include "views/ui/SourceListModel.h"
 
 #include <QApplication>
+#include <QFontMetrics>
+#include <algorithm>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -36,6 +38,9 @@ public:
     {
         if (!index.data(SourceListModel::IsHeaderRole).toBool()) {
             QStyledItemDelegate::paint(painter, option, index);
+            const int badge = index.data(SourceListModel::BadgeRole).toInt();
+            if (badge > 0)
+                paintBadge(painter, option, QString::number(badge));
             return;
         }
         painter->save();
@@ -43,6 +48,26 @@ public:
         painter->setPen(option.palette.color(QPalette::Disabled, QPalette::Text));
         painter->drawText(option.rect.adjusted(6, 0, 0, 0), Qt::AlignLeft | Qt::AlignBottom,
                           index.data(Qt::DisplayRole).toString());
+        painter->restore();
+    }
+
+    // A red pill at the row's right end, like a mail count.
+    static void paintBadge(QPainter* painter, const QStyleOptionViewItem& option, const QString& text)
+    {
+        painter->save();
+        QFont font = option.font;
+        font.setBold(true);
+        painter->setFont(font);
+        const QFontMetrics metrics(font);
+        const int height = metrics.height() + 2;
+        const int width = std::max(height, metrics.horizontalAdvance(text) + 12);
+        const QRect pill(option.rect.right() - width - 6, option.rect.center().y() - height / 2, width, height);
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(QColor(0xB9, 0x1C, 0x1C));
+        painter->drawRoundedRect(pill, height / 2.0, height / 2.0);
+        painter->setPen(Qt::white);
+        painter->drawText(pill, Qt::AlignCenter, text);
         painter->restore();
     }
 

@@ -72,9 +72,24 @@ QVariant SourceListModel::data(const QModelIndex& index, int role) const
         return row.isHeader() ? QVariant() : QVariant(row.vault->valueForKey(u"vault_uniqueID").toString());
     case VaultTypeRole:
         return row.isHeader() ? QVariant() : QVariant(row.vault->valueForKey(u"vault_type").toString());
+    case BadgeRole:
+        return row.isHeader() ? 0 : m_badges.value(row.vault->valueForKey(u"vault_uniqueID").toString());
     default:
         return {};
     }
+}
+
+void SourceListModel::setBadge(const QString& vaultID, int count)
+{
+    if (m_badges.value(vaultID) == count)
+        return;
+    if (count > 0)
+        m_badges.insert(vaultID, count);
+    else
+        m_badges.remove(vaultID);
+    const int row = rowOfVault(vaultID);
+    if (row >= 0)
+        Q_EMIT dataChanged(index(row), index(row), {BadgeRole});
 }
 
 Qt::ItemFlags SourceListModel::flags(const QModelIndex& index) const

@@ -3,6 +3,7 @@
 #include "views/SourceListRows.h"
 
 #include <QAbstractListModel>
+#include <QHash>
 #include <vector>
 
 namespace qf {
@@ -14,7 +15,7 @@ class SourceListModel : public QAbstractListModel {
     Q_OBJECT
 
 public:
-    enum Roles { IsHeaderRole = Qt::UserRole + 1, VaultIDRole, VaultTypeRole };
+    enum Roles { IsHeaderRole = Qt::UserRole + 1, VaultIDRole, VaultTypeRole, BadgeRole };
     static QString transactionsMimeType();
 
     explicit SourceListModel(QObject* parent = nullptr);
@@ -23,6 +24,9 @@ public:
     // first (the next refresh then builds the list).
     bool refresh(const ManagedObjectContext& context, const QString& sourceSize);
     ManagedObject* vaultAt(int row) const;
+    // A count drawn beside a vault's title (the bills overdue); 0 removes it.
+    void setBadge(const QString& vaultID, int count);
+    int badge(const QString& vaultID) const { return m_badges.value(vaultID); }
     int rowOfVault(const QString& vaultID) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -42,6 +46,7 @@ private:
     std::vector<SourceListRow> m_rows;
     const ManagedObjectContext* m_context = nullptr;
     QString m_sourceSize;
+    QHash<QString, int> m_badges;
 };
 
 } // namespace qf
