@@ -3,6 +3,7 @@
 #include "LedgerGenerator.h"
 
 #include "app/Quillfen_AppDelegate.h"
+#include "app/SearchIndex.h"
 #include "app/UserDefaults.h"
 #include "common/AmountFormatter.h"
 #include "exchange/QFQIFParser.h"
@@ -20,6 +21,8 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -344,8 +347,31 @@ BENCHMARK(BM_LibrarySearchOneWord)->Arg(100000)->Arg(1000000)->Unit(benchmark::k
 BENCHMARK(BM_LibrarySearchTwoWords)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_AccountBalance)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_AccountListSorted)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+// Quitting the window on a ledger whose search records all exist: one
+// listing of the folder and a lookup per transaction, no file touched.
+void BM_QuitIndexingAllPresent(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(dir.path() + QStringLiteral("/cache")));
+    auto delegate = openCopy(state.range(0), dir);
+    const auto& all = delegate->managedObjectContext()->objects(ManagedObjectModel::shared().trans());
+    // The records exist; what they hold does not matter to this step.
+    const QByteArray folder = QFile::encodeName(SearchIndex::folder());
+    for (const ManagedObject* t : all) {
+        const QByteArray path = folder + '/' + QFile::encodeName(t->valueForKey(u"trans_uniqueID").toString()) + ".quillfenTransItem";
+        const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        if (fd >= 0)
+            ::close(fd);
+    }
+    for (auto _ : state) {
+        if (SearchIndex::indexMissing(all) != 0)
+            state.SkipWithError("records were missing");
+    }
+}
+
 BENCHMARK(BM_SaveOneChange)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MergeAScriptsSave)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_QuitIndexingAllPresent)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_Insert100kAndSave)->Arg(1000000)->Unit(benchmark::kMillisecond)->Iterations(2);
 
 int main(int argc, char** argv)

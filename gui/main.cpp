@@ -79,6 +79,7 @@ int main(int argc, char** argv)
     delegate.applicationDidFinishLaunching();
     // A script's import or a second process's save shows up without a restart.
     delegate.followStoreChanges();
+    delegate.indexTransactionsInBackground();
 
     MainWindow window(delegate);
     for (const QString& file : files)

@@ -75,18 +75,21 @@ QString SearchIndex::fileOf(const QString& uniqueID)
     return pathIn(folder(), uniqueID);
 }
 
-void SearchIndex::writeEntry(const Entry& entry, bool replace, const QString& dir)
+bool SearchIndex::writeEntry(const Entry& entry, bool replace, const QString& dir)
 {
     const QString path = pathIn(dir.isEmpty() ? folder() : dir, entry.uniqueID);
     if (path.isEmpty())
-        return;
+        return false;
     if (replace)
         QFile::remove(path);
     else if (QFile::exists(path))
-        return;
+        return false;
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(propertyList(entry)) < 0 || !file.commit())
+    if (!file.open(QIODevice::WriteOnly) || file.write(propertyList(entry)) < 0 || !file.commit()) {
         qWarning("Could not write the search record %s", qPrintable(path));
+        return false;
+    }
+    return true;
 }
 
 void SearchIndex::indexTransaction(const ManagedObject* transaction, bool replace)
@@ -124,8 +127,7 @@ int SearchIndex::indexMissing(const std::vector<ManagedObject*>& transactions)
         const QString id = t->valueForKey(u"trans_uniqueID").toString();
         if (id.isEmpty() || indexed.contains(id))
             continue;
-        writeEntry(entryOf(*t), false, dir);
-        ++written;
+        written += writeEntry(entryOf(*t), false, dir) ? 1 : 0;
     }
     return written;
 }
@@ -147,8 +149,7 @@ int SearchIndex::reindex(const std::vector<ManagedObject*>& transactions)
     const QString fresh = folder();
     int written = 0;
     for (const ManagedObject* t : transactions) {
-        writeEntry(entryOf(*t), false, fresh);
-        ++written;
+        written += writeEntry(entryOf(*t), false, fresh) ? 1 : 0;
     }
     return written;
 }

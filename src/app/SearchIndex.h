@@ -38,11 +38,13 @@ public:
     // written (atomically); an existing one is left as it is.
     static void indexTransaction(const ManagedObject* transaction, bool replace);
     // dir: the folder when the caller has it already.
-    static void writeEntry(const Entry& entry, bool replace, const QString& dir = {});
+    // False when nothing was written (a record kept, or no safe name).
+    static bool writeEntry(const Entry& entry, bool replace, const QString& dir = {});
     // The identifiers that have a file: one listing of the folder.
     static QSet<QString> indexedIdentifiers();
     // Every transaction without a file gets one; existing ones are left.
-    // One listing of the folder, not a look per transaction.
+    // One listing of the folder, not a look per transaction. Gives how many
+    // were written.
     static int indexMissing(const std::vector<ManagedObject*>& transactions);
     static void removeIndexOf(const std::vector<ManagedObject*>& transactions);
     // The folder emptied, then every transaction written afresh.

@@ -3,6 +3,7 @@
 #include "app/Quillfen_AppDelegate.h"
 #include "app/SoundPlayer.h"
 #include "app/UserDefaults.h"
+#include "app/ui/DatabaseBackup.h"
 #include "app/ui/LockPanelController.h"
 #include "app/ui/PreferencesController.h"
 #include "app/ui/RecoveryQuestion.h"
@@ -137,6 +138,9 @@ void MainWindow::buildMenus()
                     [this] { ofxController()->loadImportOFXPanelWithVaultObject(m_source->selectedVaultObject()); });
     file->addAction(tr("Export CSV…"), this, &MainWindow::exportCSV);
     file->addAction(tr("Print…"), QKeySequence::Print, this, &MainWindow::print);
+    file->addSeparator();
+    file->addAction(tr("Export Database…"), this, [this] { databaseBackup()->exportDatabase(); });
+    file->addAction(tr("Import Database…"), this, [this] { databaseBackup()->importDatabase(); });
     file->addSeparator();
     m_lockDatabase = file->addAction(tr("Lock Database"), this, [this] { m_lockPanel->lockDatabase(); });
     connect(file, &QMenu::aboutToShow, this, [this] {
@@ -471,6 +475,13 @@ void MainWindow::print()
     if (!m_printing)
         m_printing = new PrintingController(m_delegate, this);
     m_printing->loadPrintPanelWithObjects(m_library->arrangedTransObjects(), m_source->selectedVaultObject());
+}
+
+DatabaseBackup* MainWindow::databaseBackup()
+{
+    if (!m_databaseBackup)
+        m_databaseBackup = new DatabaseBackup(m_delegate, *this);
+    return m_databaseBackup;
 }
 
 QIFController* MainWindow::qifController()

@@ -14,6 +14,7 @@ class AccountController;
 class BillManagerController;
 class AccountTransferController;
 class BudgetController2;
+class DatabaseBackup;
 class FolderController;
 class LibraryController;
 class LockPanelController;
@@ -53,6 +54,8 @@ public:
     LockPanelController* lockPanel() const { return m_lockPanel; }
     // Made on first use and kept; brought to the front.
     PreferencesController* openPreferences();
+    // Export Database… and Import Database…, made on first use and kept.
+    DatabaseBackup* databaseBackup();
     // The import sheet, made on first use and kept; the OFX route enters it too.
     QIFController* qifController();
     OFXController* ofxController();
@@ -125,6 +128,7 @@ private:
     SmartRulesEditorController* m_smartRules = nullptr;
     AccountTransferController* m_transfer = nullptr;
     QIFController* m_qif = nullptr;
+    DatabaseBackup* m_databaseBackup = nullptr;
     OFXController* m_ofx = nullptr;
     bool m_refreshing = false;
 };

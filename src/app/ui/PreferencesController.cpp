@@ -241,8 +241,39 @@ QWidget* PreferencesController::buildDatabasePane()
                                    "File \u25B8 Lock Database locks the window at once. "
                                    "The password is kept in your keyring."),
                                 pane));
+
+    // Desktop search: the records it reads, kept beside the ledger.
+    auto* search = new QLabel(tr("Desktop search"), pane);
+    QFont bold = search->font();
+    bold.setBold(true);
+    search->setFont(bold);
+    auto* reindex = new QPushButton(tr("Re-index"), pane);
+    reindex->setObjectName(QStringLiteral("reindexButton"));
+    m_reindexResult = new QLabel(pane);
+    m_reindexResult->setObjectName(QStringLiteral("reindexResult"));
+    m_reindexResult->setForegroundRole(QPalette::PlaceholderText);
+    connect(reindex, &QPushButton::clicked, this, &PreferencesController::reindexSpotlight);
+    auto* reindexRow = new QHBoxLayout;
+    reindexRow->addWidget(reindex);
+    reindexRow->addWidget(m_reindexResult, 1);
+    layout->addSpacing(12);
+    layout->addWidget(search);
+    layout->addWidget(defaultsCheckBox(DefaultsKey::EnableSpotlightIndexing,
+                                       tr("Make transactions findable when Quillfen starts"), pane));
+    layout->addLayout(reindexRow);
+    layout->addWidget(hintLabel(tr("Re-index writes every transaction's search record again and removes those of "
+                                   "deleted transactions."),
+                                pane));
     layout->addStretch(1);
     return pane;
+}
+
+void PreferencesController::reindexSpotlight()
+{
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const int written = m_delegate.reindexTransactions();
+    QApplication::restoreOverrideCursor();
+    m_reindexResult->setText(written == 1 ? tr("1 transaction indexed.") : tr("%1 transactions indexed.").arg(written));
 }
 
 void PreferencesController::changePane(int tag)

@@ -41,6 +41,8 @@ public:
     void validateSharingPassword();
     void encryptDatabase(bool ticked);
     void validateDatabasePassword();
+    // Every search record written afresh; the pane says how many.
+    void reindexSpotlight();
     // False (after a beep, with the offending field marked) keeps the window open.
     bool windowShouldClose();
 
@@ -76,6 +78,7 @@ private:
 
     LocalePicker* m_locale = nullptr;
     QLabel* m_sample = nullptr;
+    QLabel* m_reindexResult = nullptr;
     QComboBox* m_iconSize = nullptr;
     QLineEdit* m_contactsFolder = nullptr;
     QCheckBox* m_requireSharingPassword = nullptr;
