@@ -610,7 +610,7 @@ Result<QString> Quillfen_AppDelegate::setAsideRecoveryFile()
     return RecoveryFile::setAside(recoveryFilePath());
 }
 
-qint64 Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)
+qint64 Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath, const QStringList& arguments)
 {
     m_saveWhenQuit = false;
     qputenv("LAUNCH_PATH", launchPath.toLocal8Bit());
@@ -618,11 +618,12 @@ qint64 Quillfen_AppDelegate::restartWithoutSaving(const QString& launchPath)
     // Waits for this process to end (0.2 s steps, at most 3000), then starts
     // the program again; output is discarded.
     const QString script = QStringLiteral("i=0; while kill -0 %1 2>/dev/null && [ $i -lt 3000 ]; do sleep 0.2; "
-                                          "i=$((i+1)); done; kill -0 %1 2>/dev/null || exec \"${LAUNCH_PATH}\"")
+                                          "i=$((i+1)); done; kill -0 %1 2>/dev/null || exec \"${LAUNCH_PATH}\" \"$@\"")
                                .arg(pid);
     QProcess job;
     job.setProgram(QStringLiteral("/bin/sh"));
-    job.setArguments({QStringLiteral("-c"), script});
+    // The arguments reach the new process as they are, never through the shell's parsing.
+    job.setArguments(QStringList{QStringLiteral("-c"), script, QStringLiteral("quillfen-restart")} + arguments);
     job.setStandardOutputFile(QProcess::nullDevice());
     job.setStandardErrorFile(QProcess::nullDevice());
     qint64 jobID = 0;

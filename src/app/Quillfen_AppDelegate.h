@@ -140,10 +140,10 @@ public:
     // Renames the recovery file beside itself; gives its new path.
     Result<QString> setAsideRecoveryFile();
 
-    // Quits without saving and starts the program at launchPath again once
-    // this process has gone. Returns the waiting job's process ID (0 when it
-    // could not be started).
-    qint64 restartWithoutSaving(const QString& launchPath);
+    // Quits without saving and starts the program at launchPath again, with
+    // the arguments, once this process has gone. Returns the waiting job's
+    // process ID (0 when it could not be started).
+    qint64 restartWithoutSaving(const QString& launchPath, const QStringList& arguments = {});
 
     // Search records. Quitting on the user's store writes the missing ones
     // of every transaction (the window), or only those of the transactions

@@ -21,7 +21,10 @@ namespace qf {
 DatabaseBackup::DatabaseBackup(Quillfen_AppDelegate& delegate, QWidget& window)
     : QObject(&window), m_delegate(delegate), m_window(window)
 {
-    m_restart = [this] { m_delegate.restartWithoutSaving(QCoreApplication::applicationFilePath()); };
+    // The same program with the same options (another data folder, say).
+    m_restart = [this] {
+        m_delegate.restartWithoutSaving(QCoreApplication::applicationFilePath(), QCoreApplication::arguments().mid(1));
+    };
 }
 
 void DatabaseBackup::openProgressPanelWithStatus(const QString& status)
