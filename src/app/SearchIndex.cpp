@@ -1,6 +1,7 @@
 #include "app/SearchIndex.h"
 
 #include "common/SafePathComponent.h"
+#include "store/EntityDescription.h"
 #include "store/ManagedObject.h"
 
 #include <QDir>
@@ -9,6 +10,9 @@
 #include <QStandardPaths>
 #include <QXmlStreamWriter>
 #include <dirent.h>
+#include <string>
+#include <string_view>
+#include <unordered_set>
 
 namespace qf {
 
@@ -120,12 +124,35 @@ QSet<QString> SearchIndex::indexedIdentifiers()
 
 int SearchIndex::indexMissing(const std::vector<ManagedObject*>& transactions)
 {
-    const QSet<QString> indexed = indexedIdentifiers();
     const QString dir = folder();
+    if (dir.isEmpty())
+        return 0;
+    // One listing into one buffer, looked up by the records' own UTF-8 text:
+    // at a million records a string object per name costs more than the
+    // listing itself.
+    std::string names;
+    std::vector<std::pair<std::size_t, std::size_t>> spans;
+    if (DIR* listing = ::opendir(QFile::encodeName(dir).constData())) {
+        const std::string_view suffix = ".quillfenTransItem";
+        while (const dirent* entry = ::readdir(listing)) {
+            const std::string_view name(entry->d_name);
+            if (name.size() <= suffix.size() || name.substr(name.size() - suffix.size()) != suffix)
+                continue;
+            spans.emplace_back(names.size(), name.size() - suffix.size());
+            names.append(name.substr(0, name.size() - suffix.size()));
+        }
+        ::closedir(listing);
+    }
+    std::unordered_set<std::string_view> indexed;
+    indexed.reserve(spans.size());
+    for (const auto& [start, length] : spans)
+        indexed.insert(std::string_view(names).substr(start, length));
+
+    const int idKey = ManagedObjectModel::shared().trans().indexOfAttribute(u"trans_uniqueID");
     int written = 0;
     for (const ManagedObject* t : transactions) {
-        const QString id = t->valueForKey(u"trans_uniqueID").toString();
-        if (id.isEmpty() || indexed.contains(id))
+        const SharedString& id = t->primitiveValue(idKey).string();
+        if (id.isEmpty() || indexed.count(id.view()))
             continue;
         written += writeEntry(entryOf(*t), false, dir) ? 1 : 0;
     }
