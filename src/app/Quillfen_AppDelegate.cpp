@@ -436,7 +436,11 @@ Quillfen_AppDelegate::TerminateReply Quillfen_AppDelegate::applicationShouldTerm
     }
     if (m_quitIndexing == QuitIndexing::AllMissing) {
         finishBackgroundIndexing();
-        SearchIndex::indexMissing(context->objects(ManagedObjectModel::shared().trans()));
+        const auto& all = context->objects(ManagedObjectModel::shared().trans());
+        if (m_indexListing)
+            SearchIndex::indexMissing(all, *m_indexListing);
+        else
+            SearchIndex::indexMissing(all);
     } else {
         for (SearchIndex::Entry& entry : changed)
             SearchIndex::writeEntry(entry, true);
@@ -450,17 +454,22 @@ void Quillfen_AppDelegate::indexTransactionsInBackground()
     if (!UserDefaults::standard().boolForKey(DefaultsKey::EnableSpotlightIndexing) || !managedObjectContext())
         return;
     QThread* lister = QThread::create([this] {
-        QSet<QString> indexed = SearchIndex::indexedIdentifiers();
+        auto listing = std::make_shared<SearchIndex::Listing>(SearchIndex::Listing::read());
         QMetaObject::invokeMethod(
             this,
-            [this, indexed = std::move(indexed)] {
+            [this, listing] {
                 // Records are read here only; the writer gets plain copies.
+                const int idKey = ManagedObjectModel::shared().trans().indexOfAttribute(u"trans_uniqueID");
                 std::vector<SearchIndex::Entry> missing;
                 for (const ManagedObject* t : m_managedObjectContext->objects(ManagedObjectModel::shared().trans())) {
-                    const QString id = t->valueForKey(u"trans_uniqueID").toString();
-                    if (!id.isEmpty() && !indexed.contains(id))
+                    const SharedString& id = t->primitiveValue(idKey).string();
+                    if (!id.isEmpty() && !listing->contains(id.view())) {
                         missing.push_back(SearchIndex::entryOf(*t));
+                        listing->add(id.view());
+                    }
                 }
+                // Quitting looks records up here instead of listing the folder again.
+                m_indexListing = listing;
                 if (missing.empty() || m_terminated)
                     return;
                 QThread* writer = QThread::create([missing = std::move(missing)] {
@@ -494,6 +503,7 @@ void Quillfen_AppDelegate::finishBackgroundIndexing()
 int Quillfen_AppDelegate::reindexTransactions()
 {
     finishBackgroundIndexing();
+    m_indexListing.reset();
     if (!managedObjectContext())
         return 0;
     return SearchIndex::reindex(m_managedObjectContext->objects(ManagedObjectModel::shared().trans()));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/SearchIndex.h"
 #include "app/UnsavedChanges.h"
 #include "common/Predicate.h"
 #include "common/Result.h"
@@ -203,6 +204,9 @@ private:
     bool m_terminated = false;
     QuitIndexing m_quitIndexing = QuitIndexing::AllMissing;
     std::vector<QThread*> m_indexThreads;
+    // The search-record folder as the launch listing found it, with what was
+    // written since; none until that listing is done.
+    std::shared_ptr<SearchIndex::Listing> m_indexListing;
     QString m_transIDToOpen;
     QString m_selectedVaultID;
     std::uint64_t m_formatGeneration = 0;

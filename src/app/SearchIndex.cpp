@@ -9,10 +9,8 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QXmlStreamWriter>
+#include <algorithm>
 #include <dirent.h>
-#include <string>
-#include <string_view>
-#include <unordered_set>
 
 namespace qf {
 
@@ -122,39 +120,66 @@ QSet<QString> SearchIndex::indexedIdentifiers()
     return found;
 }
 
+namespace {
+
+std::uint64_t idHash(std::string_view uniqueID)
+{
+    return std::hash<std::string_view>{}(uniqueID);
+}
+
+} // namespace
+
+SearchIndex::Listing SearchIndex::Listing::read()
+{
+    Listing listing;
+    const QString dir = folder();
+    DIR* entries = dir.isEmpty() ? nullptr : ::opendir(QFile::encodeName(dir).constData());
+    if (!entries)
+        return listing;
+    const std::string_view suffix = ".quillfenTransItem";
+    while (const dirent* entry = ::readdir(entries)) {
+        const std::string_view name(entry->d_name);
+        if (name.size() > suffix.size() && name.substr(name.size() - suffix.size()) == suffix)
+            listing.m_sorted.push_back(idHash(name.substr(0, name.size() - suffix.size())));
+    }
+    ::closedir(entries);
+    std::sort(listing.m_sorted.begin(), listing.m_sorted.end());
+    return listing;
+}
+
+bool SearchIndex::Listing::contains(std::string_view uniqueID) const
+{
+    const std::uint64_t hash = idHash(uniqueID);
+    return std::binary_search(m_sorted.begin(), m_sorted.end(), hash) || m_added.count(hash) != 0;
+}
+
+void SearchIndex::Listing::add(std::string_view uniqueID)
+{
+    m_added.insert(idHash(uniqueID));
+}
+
 int SearchIndex::indexMissing(const std::vector<ManagedObject*>& transactions)
+{
+    Listing listing = Listing::read();
+    return indexMissing(transactions, listing);
+}
+
+int SearchIndex::indexMissing(const std::vector<ManagedObject*>& transactions, Listing& listing)
 {
     const QString dir = folder();
     if (dir.isEmpty())
         return 0;
-    // One listing into one buffer, looked up by the records' own UTF-8 text:
-    // at a million records a string object per name costs more than the
-    // listing itself.
-    std::string names;
-    std::vector<std::pair<std::size_t, std::size_t>> spans;
-    if (DIR* listing = ::opendir(QFile::encodeName(dir).constData())) {
-        const std::string_view suffix = ".quillfenTransItem";
-        while (const dirent* entry = ::readdir(listing)) {
-            const std::string_view name(entry->d_name);
-            if (name.size() <= suffix.size() || name.substr(name.size() - suffix.size()) != suffix)
-                continue;
-            spans.emplace_back(names.size(), name.size() - suffix.size());
-            names.append(name.substr(0, name.size() - suffix.size()));
-        }
-        ::closedir(listing);
-    }
-    std::unordered_set<std::string_view> indexed;
-    indexed.reserve(spans.size());
-    for (const auto& [start, length] : spans)
-        indexed.insert(std::string_view(names).substr(start, length));
-
     const int idKey = ManagedObjectModel::shared().trans().indexOfAttribute(u"trans_uniqueID");
     int written = 0;
     for (const ManagedObject* t : transactions) {
         const SharedString& id = t->primitiveValue(idKey).string();
-        if (id.isEmpty() || indexed.count(id.view()))
+        // A hash collision (about one in 10^7 at a million records) leaves
+        // one record unwritten until the next re-index.
+        if (id.isEmpty() || listing.contains(id.view()))
             continue;
-        written += writeEntry(entryOf(*t), false, dir) ? 1 : 0;
+        if (writeEntry(entryOf(*t), false, dir))
+            ++written;
+        listing.add(id.view());
     }
     return written;
 }

@@ -1,5 +1,7 @@
 #include "app/SearchIndex.h"
 
+#include "app/Quillfen_AppDelegate.h"
+
 #include "store/ManagedObjectContext.h"
 #include "support/TempLedger.h"
 
@@ -56,4 +58,31 @@ TEST(SearchIndex, RecordsAreWrittenOnceUnlessReplacedAndStopAtTheFirstMissingVal
 
     SearchIndex::removeIndexOf({tea});
     EXPECT_EQ(SearchIndex::indexedIdentifiers(), QSet<QString>{id});
+}
+
+TEST(SearchIndex, TheWindowListsAtLaunchOffTheMainThreadAndQuitsWithLookupsOnly)
+{
+    TempLedger ledger;
+    ledger.launch();
+    std::vector<ManagedObject*> made;
+    for (int i = 0; i < 50; ++i)
+        made.push_back(ledger.addTransaction(QStringLiteral("T%1").arg(i), -i));
+    ASSERT_TRUE(ledger.delegate().saveAction());
+
+    ledger.delegate().indexTransactionsInBackground();
+    ledger.delegate().finishBackgroundIndexing();
+    EXPECT_EQ(SearchIndex::indexedIdentifiers().size(), 50);
+
+    ManagedObject* late = ledger.addTransaction(QStringLiteral("Late"), -1);
+    ASSERT_EQ(ledger.delegate().applicationShouldTerminate(), Quillfen_AppDelegate::TerminateReply::Now);
+    EXPECT_TRUE(QFile::exists(SearchIndex::fileOf(late->valueForKey(u"trans_uniqueID").toString())));
+    EXPECT_EQ(SearchIndex::indexedIdentifiers().size(), 51);
+
+    SearchIndex::Listing listing = SearchIndex::Listing::read();
+    EXPECT_EQ(listing.size(), 51u);
+    const QByteArray id = made.front()->valueForKey(u"trans_uniqueID").toString().toUtf8();
+    EXPECT_TRUE(listing.contains(id.toStdString()));
+    EXPECT_FALSE(listing.contains("not-a-record"));
+    listing.add("not-a-record");
+    EXPECT_TRUE(listing.contains("not-a-record"));
 }
