@@ -7,7 +7,7 @@ SRC_DIR := $(CURDIR)
 export CCACHE_BASEDIR := $(SRC_DIR)
 export CCACHE_NOHASHDIR := 1
 
-.PHONY: all deps configure build run test bench clean
+.PHONY: all deps configure build run test bench install clean
 
 all: build
 
@@ -27,6 +27,14 @@ run: deps build
 
 test: deps build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
+
+# Installs the programs, menu entry, icons and file type under PREFIX.
+PREFIX ?= /usr/local
+install: deps build
+	cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+	-update-desktop-database $(PREFIX)/share/applications
+	-update-mime-database $(PREFIX)/share/mime
+	-gtk-update-icon-cache -q -t $(PREFIX)/share/icons/hicolor
 
 bench: deps
 	cmake -S . -B build-release -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUILLFEN_BENCHMARKS=ON
