@@ -71,6 +71,8 @@ QString LedgerCli::usage()
         "  export-database PATH         the data folder as a .quillfenbackup package; prints its path\n"
         "  import-database PATH --yes   the package in place of the data folder (the old one to the Trash)\n"
         "  reindex                      every transaction's search record written afresh; prints how many\n"
+        "  attach TRANS_ID FILE...      keep copies of files with a transaction; prints the attachment ids\n"
+        "  detach ATTACHMENT_ID         remove one (its file goes to the Trash)\n"
         "  predicate TEXT [--arg VALUE]...  canonical form of a predicate\n"
         "  export-csv FILE [selection]  the selection as CSV (UTF-16), title, date and amount\n"
         "  report FILE.html [selection] the printed report page; --sort orders it (default Title)\n"
@@ -137,6 +139,10 @@ int LedgerCli::run(const CommandLine& line)
         return importDatabase(line);
     if (command == QLatin1String("reindex"))
         return reindex(line);
+    if (command == QLatin1String("attach"))
+        return attach(line);
+    if (command == QLatin1String("detach"))
+        return detach(line);
     if (command == QLatin1String("delete"))
         return remove(line);
     if (command == QLatin1String("list"))

@@ -55,6 +55,9 @@ private:
     // In BudgetCommands.cpp.
     int budgetEdit(const CommandLine& line);
     int budget(const CommandLine& line);
+    // In AttachmentCommands.cpp.
+    int attach(const CommandLine& line);
+    int detach(const CommandLine& line);
     // In DatabaseCommands.cpp.
     int exportDatabase(const CommandLine& line);
     int importDatabase(const CommandLine& line);

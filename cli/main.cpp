@@ -56,7 +56,8 @@ int main(int argc, char** argv)
                                                QStringLiteral("edit-smart"), QStringLiteral("smart-view"),
                                                QStringLiteral("import-qif"), QStringLiteral("import-ofx"),
                                                QStringLiteral("budget-edit"), QStringLiteral("budget"),
-                                               QStringLiteral("add-bill"),   QStringLiteral("pay")};
+                                               QStringLiteral("add-bill"),   QStringLiteral("pay"),
+                                               QStringLiteral("attach"),     QStringLiteral("detach")};
     const bool changesLedger = kChangingCommands.contains(commandLine.command());
     QString held;
     QTextStream heldOut(&held);

@@ -189,3 +189,36 @@ TEST_F(DatabasePackageCli, SearchRecordsFollowWhatAScriptChanges)
     EXPECT_EQ(names.size(), 2);
     EXPECT_TRUE(names.contains(rent + ".quillfenTransItem"));
 }
+
+TEST_F(DatabasePackageCli, FilesAttachedAndDetachedAsTheFilesPaneDoes)
+{
+    const QString coffee = add({"--title", "Coffee", "--amount", "3.5"});
+    const QByteArray receipt("%PDF-1.4\n\x00\x01\xff receipt", 20);
+    ASSERT_TRUE(writeFile(home.path() + "/in/receipt.pdf", receipt));
+    ASSERT_TRUE(writeFile(home.path() + "/in/photo.jpg", QByteArray(5000, '\xd8')));
+
+    // A file that is not there: nothing is attached.
+    const CliRun missing = run({"attach", coffee, home.path() + "/in/receipt.pdf", home.path() + "/in/none.pdf"});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_TRUE(missing.err.contains("none.pdf"));
+    EXPECT_FALSE(QDir(dataDir() + "/Attachments/" + coffee).exists());
+    EXPECT_EQ(run({"attach", "no-such-id", home.path() + "/in/receipt.pdf"}).exitCode, 1);
+
+    const CliRun attached = run({"attach", coffee, home.path() + "/in/receipt.pdf", home.path() + "/in/photo.jpg"});
+    ASSERT_EQ(attached.exitCode, 0) << qPrintable(attached.err);
+    const QStringList ids = attached.out.split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(ids.size(), 2);
+    const auto files = filesUnder(dataDir() + "/Attachments/" + coffee);
+    EXPECT_EQ(files.value("receipt.pdf"), receipt);
+    EXPECT_EQ(files.value("photo.jpg"), QByteArray(5000, '\xd8'));
+    EXPECT_TRUE(QFile::exists(home.path() + "/in/receipt.pdf")) << "the picked file stays where it was";
+    const CliRun record = run({"show", ids[0]});
+    EXPECT_TRUE(record.out.contains("\"attachment_transParentID\":\"" + coffee + "\"")) << qPrintable(record.out);
+
+    const CliRun detached = run({"detach", ids[0]});
+    ASSERT_EQ(detached.exitCode, 0) << qPrintable(detached.err);
+    EXPECT_EQ(run({"show", ids[0]}).exitCode, 1);
+    EXPECT_FALSE(QFile::exists(dataDir() + "/Attachments/" + coffee + "/receipt.pdf"));
+    EXPECT_EQ(filesUnder(home.path() + "/data/Trash/files").value("receipt.pdf"), receipt);
+    EXPECT_EQ(run({"detach", ids[0]}).exitCode, 1);
+}
