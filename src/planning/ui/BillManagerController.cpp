@@ -71,16 +71,10 @@ BillManagerController::BillManagerController(Quillfen_AppDelegate& delegate, QWi
     auto* bar = new QHBoxLayout;
     bar->setSpacing(2);
     auto* add = new QToolButton(this);
-    add->setObjectName(QStringLiteral("addBillButton"));
-    add->setIcon(quillfenIcon(QStringLiteral("add")));
-    add->setToolTip(tr("Add Bill"));
-    add->setAutoRaise(true);
+    setUpBarButton(add, QStringLiteral("addBillButton"), QStringLiteral("add"), tr("Add Bill"));
     connect(add, &QToolButton::clicked, this, &BillManagerController::addBill);
     bar->addWidget(add);
-    m_removeButton->setObjectName(QStringLiteral("removeBillButton"));
-    m_removeButton->setIcon(quillfenIcon(QStringLiteral("remove")));
-    m_removeButton->setToolTip(tr("Remove Bill"));
-    m_removeButton->setAutoRaise(true);
+    setUpBarButton(m_removeButton, QStringLiteral("removeBillButton"), QStringLiteral("remove"), tr("Remove Bill"));
     connect(m_removeButton, &QToolButton::clicked, this, &BillManagerController::removeBill);
     bar->addWidget(m_removeButton);
     bar->addSpacing(10);

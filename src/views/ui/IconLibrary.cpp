@@ -4,6 +4,7 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QToolButton>
 
 namespace qf {
 
@@ -20,6 +21,14 @@ QIcon quillfenIcon(const QString& name)
         icon = QIcon::fromTheme(name);
     cache.insert(name, icon);
     return icon;
+}
+
+void setUpBarButton(QToolButton* button, const QString& objectName, const QString& icon, const QString& tip)
+{
+    button->setObjectName(objectName);
+    button->setIcon(quillfenIcon(icon));
+    button->setToolTip(tip);
+    button->setAutoRaise(true);
 }
 
 } // namespace qf
